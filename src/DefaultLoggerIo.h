@@ -23,9 +23,12 @@ public:
     // Has no lock of its own: the logger serialises the calls.
     void log(const std::string& line) override;
 
+    // The local time now, formatted by strftime. A format of 250 characters or more is a programming error
+    // and aborts.
+    std::string create_filename(const std::string& format) const;
+
 private:
     void open_log_file();
-    std::string create_filename(const std::string& format) const;
 
     bool log_to_file_;
     bool log_to_stdout_;

@@ -35,8 +35,7 @@ class RadarInterface : public G5 {
 public:
     typedef std::function<bool(Bytes)> Callback;
 
-    // ---- life cycle
-    // ------------------------------------------------------------------------------------------
+    // ---- life cycle ---------------------------------------------------------------------------------------
 
     // With a non-empty name the link is opened at once (std::runtime_error "unable to open file: " + name
     // when refused); with an empty one the object waits for open().
@@ -45,8 +44,8 @@ public:
     RadarInterface(const RadarInterface&) = delete;
     RadarInterface& operator=(const RadarInterface&) = delete;
 
-    // Drops the old link with all its subscriptions, builds a new one and recreates the default queues.
-    // 0 on success, else the transport's code.
+    // Drops the old link with all its subscriptions, builds a new one and recreates the default queues. 0 on
+    // success, else the transport's code.
     int open(const std::string& device_name);
     // open() with a refusal thrown as TervikException(code, "method failed").
     int open_throw(const std::string& device_name);
@@ -62,8 +61,7 @@ public:
     std::string build_date();
     void log(unsigned int level, const std::string& text);
 
-    // ---- transport-level primitives
-    // --------------------------------------------------------------------------
+    // ---- transport-level primitives -----------------------------------------------------------------------
 
     // Sends the bytes as they stand, no frame around them, no reply awaited. Returns 0.
     int send_command(const Bytes& payload);
@@ -78,8 +76,7 @@ public:
     Bytes get_packet(const std::string& name);
     void clear(const std::string& name) override;
 
-    // ---- chip driver
-    // -----------------------------------------------------------------------------------------
+    // ---- chip driver --------------------------------------------------------------------------------------
 
     void g7driver_init();
     void g7driver_set_fps(float fps);
@@ -138,8 +135,7 @@ public:
     int g7driver_get_xif_register(uint8_t address, uint8_t* value);
     int g7driver_get_prf_div(uint8_t* prf_div);
 
-    // ---- direct chip access: older commands without error replies (a refusal shows as a time-out)
-    // ----------
+    // ---- direct chip access: older commands without error replies (a refusal shows as a time-out) ---------
 
     int set_g7_io_pin_value(uint8_t pin, uint8_t value);
     int set_g7_io_pin_mode(uint8_t pin, uint8_t mode);
@@ -151,8 +147,7 @@ public:
     int write_g7_spi(uint8_t address, uint8_t value);
     int set_g7_fps(uint32_t fps);
 
-    // ---- system
-    // ----------------------------------------------------------------------------------------------
+    // ---- system -------------------------------------------------------------------------------------------
 
     // The pong value (0xAAEEAEEA ready, 0xAEEAEEAA not ready), or 1 when the reply does not parse.
     uint32_t ping() override;
@@ -193,8 +188,7 @@ public:
     int get_app_id_list(std::string* value);
     int get_serial_number(std::string* value);
 
-    // ---- application
-    // -----------------------------------------------------------------------------------------
+    // ---- application --------------------------------------------------------------------------------------
 
     void load_profile(uint32_t profile_id);
     void load_sleep_profile();
@@ -267,8 +261,7 @@ public:
     int get_parameter_file_no_throw(const std::string& filename, std::string& data);
     int get_parameter_file(const std::string& filename, std::string* data);
 
-    // ---- older generation
-    // ------------------------------------------------------------------------------------
+    // ---- older generation ---------------------------------------------------------------------------------
 
     int run_timing_measurement() override;
     int set_G5_float(uint32_t id, float value) override;
@@ -283,8 +276,7 @@ public:
     int set_fps(unsigned int fps) override;
     RawNormalizedData capture_single_normalized_frame() override;
 
-    // ---- data messages: subscriptions
-    // ------------------------------------------------------------------------
+    // ---- data messages: subscriptions ---------------------------------------------------------------------
 
     int subscribe_to_baseband_ap(const std::string& name);
     int subscribe_to_baseband_ap(const std::string& name, Callback callback);
@@ -337,8 +329,7 @@ public:
     int subscribe_to_raw_normalized(const std::string& name) override;
     int subscribe_to_raw_normalized(const std::string& name, Callback callback) override;
 
-    // ---- data messages: counting
-    // -----------------------------------------------------------------------------
+    // ---- data messages: counting --------------------------------------------------------------------------
 
     int peek_message_data_float();
     int peek_message_data_float(const std::string& name);
@@ -358,8 +349,7 @@ public:
     int peek_message_respiration_movinglist();
     int peek_message_respiration_detectionlist();
 
-    // ---- data messages: reading (each blocks until a packet is queued)
-    // ---------------------------------------
+    // ---- data messages: reading (each blocks until a packet is queued) ------------------------------------
 
     BasebandIqData get_baseband_iq_data(const std::string& name);
     BasebandApData get_baseband_ap_data(const std::string& name);
@@ -429,8 +419,7 @@ public:
     int get_g7_decim_frame(const std::string& name, uint32_t* frame_counter, double* frame_data,
                            unsigned int max_length);
 
-    // ---- module files
-    // ----------------------------------------------------------------------------------------
+    // ---- module files -------------------------------------------------------------------------------------
 
     void create_file(uint32_t type, uint32_t identifier, uint32_t length);
     void open_file(uint32_t type, uint32_t identifier);

@@ -1,0 +1,194 @@
+// module_emulator: a radar module in software, on a pseudo-terminal or a TCP port of 127.0.0.1.
+//
+// The first line on standard output tells the host where to connect, "device: /dev/pts/5" or
+// "tcp: 127.0.0.1:PORT". The program serves until SIGINT or SIGTERM, or until --duration has passed.
+#include "ModuleEmulator.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+const char* const usage =
+    "usage: module_emulator [--tcp PORT] [options]\n"
+    "\n"
+    "Plays a radar module on a pseudo-terminal (the default) or on a TCP port of 127.0.0.1 (0: a free one).\n"
+    "The first line of output names the device or the address to connect to.\n"
+    "\n"
+    "  --tcp PORT            serve TCP clients, one at a time, instead of a pseudo-terminal\n"
+    "  --stream presence     stream presence single packets ...\n"
+    "  --rate HZ             ... at this many packets per second (default 10)\n"
+    "  --duration SECONDS    stop after this time (default: until SIGINT or SIGTERM)\n"
+    "  --pong-value VALUE    answer ping with this value (default 0xAAEEAEEA, ready)\n"
+    "faults:\n"
+    "  --corrupt N           send the next N frames with a wrong checksum\n"
+    "  --drop-bytes N        lose the next N bytes sent\n"
+    "  --drop-every K        lose every K-th byte sent\n"
+    "  --silent              answer no command\n"
+    "  --delay MS            answer each command MS milliseconds late\n"
+    "  --close-after SECONDS drop the connection after this time (TCP: the next client is served)\n"
+    "  --help                show this text\n";
+
+struct Options {
+    ModuleEmulator::Transport transport = ModuleEmulator::Transport::pty;
+    unsigned long port = 0;
+    bool stream = false;
+    double rate = 10.0;
+    double duration = 0.0;
+    double close_after = 0.0;
+    unsigned long pong_value = KMS_DEF_PONGVAL_READY;
+    unsigned long corrupt = 0;
+    unsigned long drop_bytes = 0;
+    unsigned long drop_every = 0;
+    bool silent = false;
+    unsigned long delay_ms = 0;
+};
+
+unsigned long to_unsigned(const std::string& flag, const char* text) {
+    char* end = nullptr;
+    errno = 0;
+    const unsigned long value = std::strtoul(text, &end, 0);
+    if (errno != 0 || end == text || *end != '\0' || text[0] == '-')
+        throw std::invalid_argument(flag + ": not a number: " + text);
+    return value;
+}
+
+double to_seconds(const std::string& flag, const char* text) {
+    char* end = nullptr;
+    const double value = std::strtod(text, &end);
+    if (end == text || *end != '\0' || !(value > 0.0))
+        throw std::invalid_argument(flag + ": not a positive number: " + text);
+    return value;
+}
+
+// Returns false when the program should only print its usage.
+bool parse(int argc, char** argv, Options& options) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string flag = argv[i];
+        if (flag == "--help" || flag == "-h")
+            return false;
+        if (flag == "--silent") {
+            options.silent = true;
+            continue;
+        }
+        if (i + 1 >= argc)
+            throw std::invalid_argument(flag + ": unknown, or missing its value");
+        const char* value = argv[++i];
+        if (flag == "--tcp") {
+            options.transport = ModuleEmulator::Transport::tcp;
+            options.port = to_unsigned(flag, value);
+            if (options.port > 65535)
+                throw std::invalid_argument("--tcp: no such port: " + std::string(value));
+        } else if (flag == "--stream") {
+            if (std::strcmp(value, "presence") != 0)
+                throw std::invalid_argument("--stream: unknown stream: " + std::string(value));
+            options.stream = true;
+        } else if (flag == "--rate") {
+            options.rate = to_seconds(flag, value);
+        } else if (flag == "--duration") {
+            options.duration = to_seconds(flag, value);
+        } else if (flag == "--close-after") {
+            options.close_after = to_seconds(flag, value);
+        } else if (flag == "--pong-value") {
+            options.pong_value = to_unsigned(flag, value);
+        } else if (flag == "--corrupt") {
+            options.corrupt = to_unsigned(flag, value);
+        } else if (flag == "--drop-bytes") {
+            options.drop_bytes = to_unsigned(flag, value);
+        } else if (flag == "--drop-every") {
+            options.drop_every = to_unsigned(flag, value);
+        } else if (flag == "--delay") {
+            options.delay_ms = to_unsigned(flag, value);
+        } else {
+            throw std::invalid_argument("unknown option: " + flag);
+        }
+    }
+    return true;
+}
+
+void configure(ModuleEmulator& emulator, const Options& options) {
+    emulator.set_pong_value(static_cast<uint32_t>(options.pong_value));
+    emulator.corrupt_next_frames(static_cast<unsigned>(options.corrupt));
+    emulator.drop_next_bytes(options.drop_bytes);
+    emulator.drop_every_kth_byte(static_cast<unsigned>(options.drop_every));
+    emulator.set_silent(options.silent);
+    emulator.set_reply_delay(std::chrono::milliseconds(options.delay_ms));
+    if (options.stream)
+        emulator.start_stream(ModuleEmulator::StreamKind::presence_single, options.rate);
+}
+
+timespec to_timespec(double seconds) {
+    timespec time;
+    time.tv_sec = static_cast<time_t>(seconds);
+    time.tv_nsec = static_cast<long>((seconds - static_cast<double>(time.tv_sec)) * 1e9);
+    return time;
+}
+
+// Waits for SIGINT or SIGTERM, at most `seconds` when that is positive; true if a signal came.
+bool wait_for_signal(const sigset_t& signals, double seconds) {
+    if (seconds <= 0.0)
+        return sigwaitinfo(&signals, nullptr) >= 0 || errno == EINTR;
+    const timespec limit = to_timespec(seconds);
+    return sigtimedwait(&signals, nullptr, &limit) >= 0;
+}
+
+// Serves until a signal or the end of the duration, dropping the connection once on the way if asked.
+void serve(ModuleEmulator& emulator, const sigset_t& signals, const Options& options) {
+    const auto start = std::chrono::steady_clock::now();
+    auto elapsed = [&] {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+    if (options.close_after > 0.0 && (options.duration <= 0.0 || options.close_after < options.duration)) {
+        if (wait_for_signal(signals, options.close_after))
+            return;
+        emulator.close_connection();
+    }
+    if (options.duration <= 0.0) {
+        wait_for_signal(signals, 0.0);
+        return;
+    }
+    const double left = options.duration - elapsed();
+    if (left > 0.0)
+        wait_for_signal(signals, left);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    try {
+        if (!parse(argc, argv, options)) {
+            std::cout << usage;
+            return 0;
+        }
+    } catch (const std::invalid_argument& failure) {
+        std::cerr << "module_emulator: " << failure.what() << "\n" << usage;
+        return 2;
+    }
+    // The signals are taken synchronously by the main thread; blocked before the emulator's thread starts, so
+    // that the thread inherits the mask and never receives them.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    try {
+        ModuleEmulator emulator(options.transport, static_cast<uint16_t>(options.port));
+        configure(emulator, options);
+        std::cout << emulator.address_line() << std::endl;
+        serve(emulator, signals, options);
+        emulator.stop();
+    } catch (const std::exception& failure) {
+        std::cerr << "module_emulator: " << failure.what() << "\n";
+        return 1;
+    }
+    return 0;
+}

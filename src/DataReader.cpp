@@ -1,0 +1,275 @@
+#include "DataReader.h"
+
+#include "DataReaderPrivate.h"
+
+#include <algorithm>
+#include <cassert>
+#include <climits>
+#include <iostream>
+
+namespace Tervik {
+
+namespace {
+
+const uint32_t AllTypesFilter = 0xFFFFFFFF;
+
+template <typename T> void zero_output(T* output) {
+    if (output) {
+        *output = 0;
+    }
+}
+
+template <typename T> void set_output(T* output, T value) {
+    if (output) {
+        *output = value;
+    }
+}
+
+} // namespace
+
+DataReader::DataReader() : d_ptr(new DataReaderPrivate(this)) {}
+
+DataReader::~DataReader() {
+    delete d_ptr;
+}
+
+// --- opening and closing
+// ---------------------------------------------------------------------------------------
+
+int DataReader::open(const std::string& meta_filename, int depth) {
+    if (meta_filename.empty() || depth == 0 || is_open()) {
+        return 1;
+    }
+    return d_ptr->open_chain(meta_filename, depth);
+}
+
+bool DataReader::is_open() const {
+    return !d_ptr->file_list.empty();
+}
+
+void DataReader::close() {
+    d_ptr->reset();
+}
+
+bool DataReader::at_end() const {
+    if (!is_open()) {
+        return false;
+    }
+    if ((d_ptr->filter & d_ptr->data_types) == 0) {
+        return true;
+    }
+    if (d_ptr->current_file_index < 0 || d_ptr->current_file_index >= int(d_ptr->file_list.size())) {
+        return false;
+    }
+    return d_ptr->current_file_is_done() && !d_ptr->later_files_pass_filter();
+}
+
+// --- filtering
+// -------------------------------------------------------------------------------------------------
+
+int DataReader::set_filter(uint32_t data_types) {
+    if (data_types == 0) {
+        std::cout << "invalid filter: 0 in func: set_filter: must be non-zero" << std::endl;
+        return 1;
+    }
+    if (data_types > 65535 && data_types != AllTypesFilter) {
+        std::cout << "invalid filter: " << data_types << " in func: set_filter" << std::endl;
+        return 1;
+    }
+    d_ptr->filter = data_types;
+    for (auto& file : d_ptr->file_list) {
+        file->set_filter(data_types);
+    }
+    return 0;
+}
+
+uint32_t DataReader::get_filter() const {
+    return d_ptr->filter;
+}
+
+// --- reading
+// ---------------------------------------------------------------------------------------------------
+
+int DataReader::read_record(uint8_t* data, uint32_t size, uint32_t* read_count, uint32_t* data_type,
+                            int64_t* epoch, uint8_t* is_user_header) {
+    zero_output(read_count);
+    zero_output(data_type);
+    zero_output(epoch);
+    zero_output(is_user_header);
+    uint32_t type = 0;
+    int64_t time = 0;
+    int count = 0;
+    for (;;) {
+        if (!is_open() || at_end()) {
+            return 1;
+        }
+        RecordingMetaFile* file = d_ptr->ensure_file_open_for_read();
+        if (!file) {
+            return 1;
+        }
+        count = file->read_record(data, size, &type, &time);
+        if (count < 0) {
+            return 1;
+        }
+        if (count > 0 || !file->at_end()) {
+            break;
+        }
+        // A close entry ended this meta file: the next record, if any, is in the next one.
+        if (at_end()) {
+            return 1;
+        }
+    }
+    const bool user_header = count_bits_set(type) == 31;
+    set_output(read_count, uint32_t(count));
+    set_output(data_type, user_header ? ~type : type);
+    set_output(epoch, time);
+    set_output(is_user_header, uint8_t(user_header ? 1 : 0));
+    return 0;
+}
+
+int DataReader::peek_record(uint8_t* data, uint32_t size, uint32_t* read_count, uint32_t* data_type,
+                            int64_t* epoch, uint8_t* is_user_header) {
+    if (!is_open() || at_end()) {
+        return 1;
+    }
+    assert(d_ptr->current_file_index >= 0);
+    assert(d_ptr->current_file_index < int(d_ptr->file_list.size()));
+    const int old_index = d_ptr->current_file_index;
+    RecordingMetaFile* file = d_ptr->file_list[old_index].get();
+    const bool file_was_open = file->is_open();
+    const int64_t old_file_pos = file->position();
+    const int result = read_record(data, size, read_count, data_type, epoch, is_user_header);
+    if (file_was_open) {
+        if (!file->open()) {
+            return 1;
+        }
+        file->set_position(old_file_pos);
+    } else if (file->is_open()) {
+        file->close();
+    }
+    assert(file_was_open == file->is_open());
+    assert(old_file_pos == file->position());
+    if (d_ptr->current_file_index != old_index) {
+        d_ptr->switch_to_file(old_index);
+    }
+    return result;
+}
+
+namespace {
+
+typedef int (DataReader::*RawRead)(uint8_t*, uint32_t, uint32_t*, uint32_t*, int64_t*, uint8_t*);
+
+DataRecord whole_record(DataReader& reader, RawRead read, Bytes& buffer, uint32_t max_record_size) {
+    // At least one byte: a read of size 0 would neither deliver nor move on.
+    const size_t wanted = std::max<size_t>(max_record_size, 1);
+    if (buffer.size() < wanted) {
+        buffer.resize(wanted);
+    }
+    DataRecord record;
+    uint32_t read_count = 0;
+    uint8_t is_user_header = 0;
+    const uint32_t size = uint32_t(std::min<size_t>(buffer.size(), UINT32_MAX));
+    record.is_valid = (reader.*read)(buffer.data(), size, &read_count, &record.data_type, &record.epoch,
+                                     &is_user_header) == 0;
+    record.is_user_header = is_user_header != 0;
+    if (record.is_valid) {
+        record.data.assign(buffer.begin(), buffer.begin() + read_count);
+    }
+    assert(record.data.size() == read_count);
+    return record;
+}
+
+} // namespace
+
+DataRecord DataReader::read_record() {
+    return whole_record(*this, &DataReader::read_record, d_ptr->read_buffer, d_ptr->max_record_size);
+}
+
+DataRecord DataReader::peek_record() {
+    return whole_record(*this, &DataReader::peek_record, d_ptr->read_buffer, d_ptr->max_record_size);
+}
+
+// --- seeking
+// ---------------------------------------------------------------------------------------------------
+
+namespace {
+
+// The meta file in which a position of the whole chain lies, and the position inside it: the first file whose
+// running sum reaches the position.
+template <typename Field>
+int locate_in_chain(const std::vector<RecordingMetaHeader>& headers, Field field, int64_t position,
+                    int64_t* offset) {
+    int64_t sum = 0;
+    for (size_t i = 0; i < headers.size(); ++i) {
+        const int64_t length = int64_t(headers[i].*field);
+        sum += length;
+        if (sum >= position) {
+            *offset = length - (sum - position);
+            return int(i);
+        }
+    }
+    return -1;
+}
+
+} // namespace
+
+int DataReader::seek_ms(int64_t position) {
+    if (!is_open() || position < 0 || position > d_ptr->duration) {
+        return 1;
+    }
+    int64_t offset = 0;
+    const int index = locate_in_chain(d_ptr->headers, &RecordingMetaHeader::duration, position, &offset);
+    if (index < 0) {
+        return 1;
+    }
+    assert(offset >= 0 && offset <= UINT32_MAX);
+    d_ptr->switch_to_file(index);
+    RecordingMetaFile& file = *d_ptr->file_list[index];
+    return file.open() && file.seek_ms(uint32_t(offset)) ? 0 : 1;
+}
+
+int DataReader::seek_byte(int64_t position) {
+    if (!is_open() || position < 0 || position > d_ptr->size) {
+        return 1;
+    }
+    int64_t offset = 0;
+    const int index =
+        locate_in_chain(d_ptr->headers, &RecordingMetaHeader::bytes_recorded, position, &offset);
+    if (index < 0) {
+        return 1;
+    }
+    assert(offset >= 0);
+    d_ptr->switch_to_file(index);
+    RecordingMetaFile& file = *d_ptr->file_list[index];
+    return file.open() && file.seek_byte(offset) ? 0 : 1;
+}
+
+// --- the recording as a whole
+// ----------------------------------------------------------------------------------
+
+int64_t DataReader::get_start_epoch() const {
+    return d_ptr->start_epoch;
+}
+int64_t DataReader::get_duration() const {
+    return d_ptr->duration;
+}
+int64_t DataReader::get_size() const {
+    return d_ptr->size;
+}
+uint32_t DataReader::get_data_types() const {
+    return d_ptr->data_types;
+}
+uint32_t DataReader::get_max_record_size() const {
+    return d_ptr->max_record_size;
+}
+uint32_t DataReader::get_meta_version() const {
+    return d_ptr->meta_version;
+}
+uint32_t DataReader::get_profile_id() const {
+    return d_ptr->profile_id;
+}
+std::string DataReader::get_session_id() const {
+    return d_ptr->session_id;
+}
+
+} // namespace Tervik

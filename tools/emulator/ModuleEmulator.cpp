@@ -145,8 +145,10 @@ void ModuleEmulator::accept_peer() {
     if (!link_->accept_peer())
         return;
     reset_parser();
+    std::lock_guard<std::mutex> lock(mutex_);
     connected_ = true;
     ++connections_;
+    changed_.notify_all();
 }
 
 void ModuleEmulator::reset_parser() {
@@ -351,6 +353,11 @@ std::vector<Bytes> ModuleEmulator::received_commands() const {
 bool ModuleEmulator::wait_for_commands(size_t count, std::chrono::milliseconds timeout) const {
     std::unique_lock<std::mutex> lock(mutex_);
     return changed_.wait_for(lock, timeout, [&] { return received_.size() >= count; });
+}
+
+bool ModuleEmulator::wait_for_connections(unsigned count, std::chrono::milliseconds timeout) const {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, timeout, [&] { return connections_ >= count; });
 }
 
 unsigned ModuleEmulator::checksum_errors() const {

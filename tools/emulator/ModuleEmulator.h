@@ -66,6 +66,9 @@ public:
     bool connected() const { return connected_; }
     // The number of peers taken in so far; 1 on a pseudo-terminal.
     unsigned connections() const { return connections_; }
+    // Waits until at least `count` peers have been taken in; false on time-out. A TCP client's connect
+    // returns before the emulator takes it in, and whatever is sent before that is lost.
+    bool wait_for_connections(unsigned count, std::chrono::milliseconds timeout) const;
 
     // ---- Commands
     // -------------------------------------------------------------------------------------------- Answers

@@ -1,0 +1,363 @@
+// The module emulator as a host meets it: bytes over a real pseudo-terminal or a loopback TCP socket,
+// commands framed by the library's builders, replies cut by the library's frame parser.
+#include "ModuleEmulator.h"
+#include "ModulePackets.h"
+#include "protocol.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <termios.h>
+#include <unistd.h>
+
+using namespace std::chrono;
+using Form = ModuleEmulator::WireForm;
+using Transport = ModuleEmulator::Transport;
+
+namespace {
+
+void append(unsigned char byte, void* user_data) {
+    static_cast<Bytes*>(user_data)->push_back(byte);
+}
+
+Bytes ping_frame() {
+    Bytes frame;
+    createPingCommand(append, &frame);
+    return frame;
+}
+
+Bytes frame_of(const Bytes& payload) {
+    Bytes frame;
+    createCommand(payload.data(), static_cast<uint32_t>(payload.size()), append, &frame);
+    return frame;
+}
+
+int open_host_end(const ModuleEmulator& emulator) {
+    if (!emulator.device_path().empty()) {
+        const int fd = open(emulator.device_path().c_str(), O_RDWR | O_NOCTTY);
+        termios settings;
+        tcgetattr(fd, &settings);
+        cfmakeraw(&settings);
+        tcsetattr(fd, TCSANOW, &settings);
+        return fd;
+    }
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(emulator.tcp_port());
+    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+// The host's end of the link, reading through the library's frame parser.
+class Host {
+public:
+    explicit Host(const ModuleEmulator& emulator) : fd_(open_host_end(emulator)), buffer_(20000) {
+        createApplicationProtocol(&Host::on_packet, &Host::on_error, this, &parser_, buffer_.data(),
+                                  static_cast<uint32_t>(buffer_.size()));
+    }
+    ~Host() {
+        if (fd_ >= 0)
+            close(fd_);
+    }
+    bool is_open() const { return fd_ >= 0; }
+
+    void write(const Bytes& bytes) {
+        ASSERT_EQ(::write(fd_, bytes.data(), bytes.size()), (ssize_t)bytes.size());
+    }
+
+    // Raw bytes until `count` have come or the time is up.
+    Bytes read_raw(size_t count, milliseconds timeout) {
+        Bytes bytes;
+        read_until([&] { return bytes.size() >= count; }, timeout,
+                   [&](const unsigned char* data, size_t length) {
+                       bytes.insert(bytes.end(), data, data + length);
+                   });
+        return bytes;
+    }
+
+    // Packets through the frame parser until `count` have come or the time is up.
+    std::vector<Bytes> packets(size_t count, milliseconds timeout) {
+        read_until([&] { return packets_.size() >= count; }, timeout,
+                   [&](const unsigned char* data, size_t length) {
+                       parseData(&parser_, data, static_cast<uint32_t>(length));
+                   });
+        std::vector<Bytes> taken;
+        taken.swap(packets_);
+        return taken;
+    }
+    Bytes packet(milliseconds timeout = milliseconds(2000)) {
+        std::vector<Bytes> got = packets(1, timeout);
+        return got.empty() ? Bytes() : got.front();
+    }
+
+    std::vector<unsigned> errors;
+    // The result of the read that ended the link, and its errno: 0 for end of file, -1 for a failure.
+    ssize_t end_result = 1;
+    int end_errno = 0;
+    short end_events = 0;
+
+private:
+    template <typename Done, typename Take> void read_until(Done done, milliseconds timeout, Take take) {
+        const auto deadline = steady_clock::now() + timeout;
+        while (!done() && end_result > 0) {
+            const auto left = duration_cast<milliseconds>(deadline - steady_clock::now()).count();
+            pollfd polled{fd_, POLLIN, 0};
+            if (left <= 0 || poll(&polled, 1, static_cast<int>(left)) <= 0)
+                return;
+            unsigned char chunk[4096];
+            const ssize_t count = ::read(fd_, chunk, sizeof chunk);
+            if (count <= 0) {
+                end_result = count;
+                end_errno = errno;
+                end_events = polled.revents;
+                return;
+            }
+            take(chunk, static_cast<size_t>(count));
+        }
+    }
+    static void on_packet(void* user_data, const unsigned char* data, unsigned int length) {
+        static_cast<Host*>(user_data)->packets_.push_back(Bytes(data, data + length));
+    }
+    static void on_error(void* user_data, unsigned int code) {
+        static_cast<Host*>(user_data)->errors.push_back(code);
+    }
+
+    int fd_;
+    Bytes buffer_;
+    ApplicationProtocol parser_;
+    std::vector<Bytes> packets_;
+};
+
+const milliseconds quiet_window(150);
+
+class OverEachLink : public ::testing::TestWithParam<Transport> {
+protected:
+    void SetUp() override { ASSERT_TRUE(emulator.wait_for_connections(1, seconds(2))); }
+
+    ModuleEmulator emulator{GetParam()};
+    Host host{emulator};
+};
+
+INSTANTIATE_TEST_SUITE_P(Links, OverEachLink, ::testing::Values(Transport::pty, Transport::tcp),
+                         [](const ::testing::TestParamInfo<Transport>& info) {
+                             return info.param == Transport::pty ? "pty" : "tcp";
+                         });
+
+} // namespace
+
+TEST_P(OverEachLink, AnswersPingWithTheReadyPongAndUnknownCommandsWithNotRecognized) {
+    ASSERT_TRUE(host.is_open());
+    host.write(ping_frame());
+    EXPECT_EQ(host.read_raw(8, seconds(2)), (Bytes{0x7D, 0x01, 0xEA, 0xAE, 0xEE, 0xAA, 0x7C, 0x7E}));
+
+    host.write(frame_of({0x33, 0x7E}));
+    EXPECT_EQ(host.packet(), (Bytes{KMS_SPR_ERROR, KMS_SPRE_NOT_RECOGNIZED, 0, 0, 0}));
+    host.write(frame_of({}));
+    EXPECT_EQ(host.packet(), (Bytes{KMS_SPR_ERROR, KMS_SPRE_NOT_RECOGNIZED, 0, 0, 0}));
+
+    emulator.set_pong_value(KMS_DEF_PONGVAL_NOTREADY);
+    host.write(ping_frame());
+    EXPECT_EQ(host.packet(), emulator_packets::pong(KMS_DEF_PONGVAL_NOTREADY));
+
+    const std::vector<Bytes> log = emulator.received_commands();
+    ASSERT_EQ(log.size(), 4u);
+    EXPECT_EQ(log[0], (Bytes{0x01, 0xAE, 0xEA, 0xAA, 0xEE}));
+    EXPECT_EQ(log[1], (Bytes{0x33, 0x7E}));
+    EXPECT_TRUE(log[2].empty());
+    EXPECT_TRUE(host.errors.empty());
+}
+
+TEST_P(OverEachLink, SendsEachWireFormSoThatTheHostParserDeliversIt) {
+    // Flag values in the bodies: escaped in a frame, carried raw in the other two forms.
+    const Bytes body{0x50, 0x7D, 0x7E, 0x7F, 0x00, 0x51, 0x7C};
+    emulator.send(Form::frame, body);
+    emulator.send(Form::fast, body);
+    emulator.send(Form::noescape, body);
+    emulator.send(Form::fast, {});
+    const std::vector<Bytes> got = host.packets(4, seconds(2));
+    ASSERT_EQ(got.size(), 4u);
+    EXPECT_EQ(got[0], body);
+    Bytes fast{0x51, 7, 0, 0, 0};
+    fast.insert(fast.end(), body.begin(), body.end());
+    EXPECT_EQ(got[1], fast);
+    EXPECT_EQ(got[2], body);
+    EXPECT_EQ(got[3], (Bytes{0x51, 0, 0, 0, 0}));
+    EXPECT_TRUE(host.errors.empty());
+}
+
+TEST_P(OverEachLink, StreamsPresencePacketsAtRoughlyTheAskedRate) {
+    emulator.start_stream(ModuleEmulator::StreamKind::presence_single, 100.0);
+    std::vector<Bytes> got = host.packets(1000, milliseconds(500));
+    emulator.stop_streams();
+    // Loose bounds: 50 are due; a loaded machine may lag, but never doubles the rate.
+    EXPECT_GE(got.size(), 15u);
+    EXPECT_LE(got.size(), 80u);
+    ASSERT_FALSE(got.empty());
+    EXPECT_EQ(got[0].size(), 22u);
+    EXPECT_EQ(emulator_packets::get_u32(got[0], 1), KMS_ID_PRESENCE_SINGLE);
+    for (size_t i = 1; i < got.size(); ++i)
+        EXPECT_EQ(emulator_packets::get_u32(got[i], 5), emulator_packets::get_u32(got[i - 1], 5) + 1);
+
+    host.packets(1000, milliseconds(50));
+    EXPECT_TRUE(host.packets(1, quiet_window).empty());
+}
+
+TEST_P(OverEachLink, FloodsAsManyPacketsAsAsked) {
+    const Bytes packet = emulator_packets::application_packet(KMS_ID_PRESENCE_MOVINGLIST, 100);
+    emulator.flood(Form::frame, packet, 3000);
+    const std::vector<Bytes> got = host.packets(3000, seconds(10));
+    EXPECT_TRUE(emulator.wait_until_sent(seconds(2)));
+    ASSERT_EQ(got.size(), 3000u);
+    EXPECT_EQ(got.back(), packet);
+    EXPECT_TRUE(host.errors.empty());
+}
+
+TEST_P(OverEachLink, CorruptsTheChecksumsOfExactlyTheNextNFrames) {
+    emulator.corrupt_next_frames(2);
+    for (uint8_t i = 0; i < 4; ++i)
+        emulator.send(Form::frame, {0x50, i});
+    // A checksum that becomes a flag value must still be escaped: the frame is whole, only its sum is wrong.
+    const std::vector<Bytes> got = host.packets(2, seconds(2));
+    EXPECT_EQ(host.errors, (std::vector<unsigned>{1, 1}));
+    EXPECT_EQ(got, (std::vector<Bytes>{{0x50, 2}, {0x50, 3}}));
+}
+
+TEST_P(OverEachLink, AnswersAFrameWithAWrongChecksumWithCrcFailed) {
+    host.write({0x7D, 0x01, 0xAE, 0xEA, 0xAA, 0xEE, 0x00, 0x7E});
+    EXPECT_EQ(host.packet(), (Bytes{KMS_SPR_ERROR, KMS_SPRE_CRC_FAILED, 0, 0, 0}));
+    EXPECT_EQ(emulator.checksum_errors(), 1u);
+    EXPECT_TRUE(emulator.received_commands().empty());
+}
+
+TEST_P(OverEachLink, RecoversFromRandomBytesAtTheNextFrame) {
+    Bytes noise(5000);
+    uint32_t state = 12345;
+    for (unsigned char& byte : noise) {
+        state = state * 1103515245u + 12345u;
+        byte = static_cast<unsigned char>(state >> 16);
+    }
+    // Ends any fast or no-escape packet the noise may have started, so that the ping is read as a frame.
+    noise.insert(noise.end(), 70000, 0x00);
+    host.write(noise);
+    host.write(ping_frame());
+    bool ponged = false;
+    for (int i = 0; i < 50 && !ponged; ++i)
+        for (const Bytes& packet : host.packets(1, milliseconds(100)))
+            ponged = ponged || packet == emulator_packets::pong(KMS_DEF_PONGVAL_READY);
+    EXPECT_TRUE(ponged);
+}
+
+TEST_P(OverEachLink, DropsBytesOnTheWayOut) {
+    emulator.drop_next_bytes(3);
+    emulator.send_raw({1, 2, 3, 4, 5});
+    EXPECT_EQ(host.read_raw(2, seconds(2)), (Bytes{4, 5}));
+
+    emulator.drop_every_kth_byte(3);
+    emulator.send_raw({1, 2, 3, 4, 5, 6, 7});
+    EXPECT_EQ(host.read_raw(5, seconds(2)), (Bytes{1, 2, 4, 5, 7}));
+
+    // A lost byte costs the frame it was in, and no more.
+    emulator.drop_every_kth_byte(0);
+    emulator.drop_next_bytes(3);
+    host.write(ping_frame());
+    host.write(ping_frame());
+    EXPECT_EQ(host.packets(2, milliseconds(500)),
+              (std::vector<Bytes>{emulator_packets::pong(KMS_DEF_PONGVAL_READY)}));
+    EXPECT_EQ(host.errors, (std::vector<unsigned>{1}));
+}
+
+TEST_P(OverEachLink, StaysSilentButStillLogsCommands) {
+    emulator.set_silent(true);
+    host.write(ping_frame());
+    EXPECT_TRUE(emulator.wait_for_commands(1, seconds(2)));
+    EXPECT_TRUE(host.packets(1, quiet_window).empty());
+
+    emulator.clear_faults();
+    host.write(ping_frame());
+    EXPECT_EQ(host.packet(), emulator_packets::pong(KMS_DEF_PONGVAL_READY));
+}
+
+TEST_P(OverEachLink, AnswersLateByTheGivenDelay) {
+    emulator.set_reply_delay(milliseconds(200));
+    const auto sent = steady_clock::now();
+    host.write(ping_frame());
+    EXPECT_EQ(host.packet(seconds(3)), emulator_packets::pong(KMS_DEF_PONGVAL_READY));
+    EXPECT_GE(steady_clock::now() - sent, milliseconds(200));
+}
+
+TEST_P(OverEachLink, AnswersFromTheHandlerOfTheLongestMatchingPrefix) {
+    emulator.set_handler({KMS_SPC_DIR_COMMAND},
+                         [](const Bytes&) { return std::vector<Bytes>{{KMS_SPR_ACK}}; });
+    emulator.set_handler({KMS_SPC_DIR_COMMAND, KMS_SDC_SYSTEM_GET_INFO}, [](const Bytes& command) {
+        return std::vector<Bytes>{{KMS_SPR_REPLY, command.back()}, {KMS_SPR_ACK}};
+    });
+    emulator.set_handler({KMS_SPC_DIR_COMMAND, KMS_SDC_GET_PROFILEID},
+                         [](const Bytes&) -> std::vector<Bytes> { throw std::runtime_error("broken"); });
+
+    host.write(frame_of({KMS_SPC_DIR_COMMAND, KMS_SDC_SYSTEM_GET_INFO, 6}));
+    EXPECT_EQ(host.packets(2, seconds(2)), (std::vector<Bytes>{{KMS_SPR_REPLY, 6}, {KMS_SPR_ACK}}));
+    host.write(frame_of({KMS_SPC_DIR_COMMAND, KMS_SDC_SYSTEM_GET_VERSION}));
+    EXPECT_EQ(host.packet(), (Bytes{KMS_SPR_ACK}));
+    host.write(frame_of({KMS_SPC_DIR_COMMAND, KMS_SDC_GET_PROFILEID}));
+    EXPECT_EQ(host.packet(), emulator_packets::error(KMS_SPRE_COMMAND_FAILED));
+    host.write(frame_of({KMS_SPC_DIR_COMMAND}));
+    EXPECT_EQ(host.packet(), (Bytes{KMS_SPR_ACK}));
+}
+
+TEST(ModuleEmulatorPty, ClosingTheConnectionHangsUpTheDevice) {
+    ModuleEmulator emulator(Transport::pty);
+    Host host(emulator);
+    emulator.close_connection();
+    EXPECT_FALSE(emulator.connected());
+    EXPECT_TRUE(host.packets(1, seconds(2)).empty());
+    EXPECT_LE(host.end_result, 0);
+    EXPECT_TRUE(host.end_result == 0 || host.end_errno == EIO);
+    EXPECT_TRUE(host.end_events & POLLHUP);
+}
+
+TEST(ModuleEmulatorTcp, ClosingTheConnectionEndsTheStreamAndTheNextClientIsServed) {
+    ModuleEmulator emulator(Transport::tcp);
+    EXPECT_NE(emulator.tcp_port(), 0);
+    EXPECT_EQ(emulator.address_line(), "tcp: 127.0.0.1:" + std::to_string(emulator.tcp_port()));
+    {
+        Host first(emulator);
+        first.write(ping_frame());
+        EXPECT_EQ(first.packet(), emulator_packets::pong(KMS_DEF_PONGVAL_READY));
+        emulator.close_connection();
+        EXPECT_TRUE(first.packets(1, seconds(2)).empty());
+        EXPECT_EQ(first.end_result, 0);
+    }
+    Host second(emulator);
+    EXPECT_TRUE(emulator.wait_for_connections(2, seconds(2)));
+    second.write(ping_frame());
+    EXPECT_EQ(second.packet(), emulator_packets::pong(KMS_DEF_PONGVAL_READY));
+}
+
+TEST(ModuleEmulatorTcp, AClientThatLeavesMakesRoomForTheNext) {
+    ModuleEmulator emulator(Transport::tcp);
+    emulator.start_stream(ModuleEmulator::StreamKind::presence_single, 200.0);
+    {
+        Host first(emulator);
+        EXPECT_FALSE(first.packets(3, seconds(2)).empty());
+    }
+    Host second(emulator);
+    EXPECT_FALSE(second.packets(3, seconds(2)).empty());
+    second.write(ping_frame());
+    bool ponged = false;
+    for (int i = 0; i < 20 && !ponged; ++i)
+        for (const Bytes& packet : second.packets(1, milliseconds(100)))
+            ponged = ponged || packet == emulator_packets::pong(KMS_DEF_PONGVAL_READY);
+    EXPECT_TRUE(ponged);
+    EXPECT_EQ(emulator.connections(), 2u);
+}

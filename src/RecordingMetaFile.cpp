@@ -516,44 +516,62 @@ int RecordingMetaFile::read_record(uint8_t* buffer, size_t size, uint32_t* data_
         if (!is_open() || at_end()) {
             return -1;
         }
+        const int64_t before = position();
         MetaEntry entry;
-        if (!read_meta_entry(&entry)) {
+        const bool is_entry = read_meta_entry(&entry);
+        if (position() == before) {
             return -2;
         }
-        if (!entry_names_a_file(entry)) {
-            return -1;
-        }
-        if (entry.type == AbstractMetaEntry::CloseFile) {
-            close_data_file_at_index(entry.filename_index);
-            if (!at_end()) {
-                continue;
-            }
-        } else if (!is_record_data_type(entry.data_type)) {
-            std::cout << "invalid data type in meta file: " << m_meta_filename << ": " << entry.data_type
-                      << std::endl;
-            return -1;
-        } else if ((type_bit(entry.data_type) & m_filter) == 0) {
+        // A damaged entry or data file fails this one read; the position moves on as after a good one.
+        const int result = is_entry ? read_entry(entry, buffer, size) : -2;
+        if (result == Skipped) {
             continue;
         }
-        const int count =
-            entry.type == AbstractMetaEntry::WriteFile ? read_data_record(entry, buffer, size) : 0;
-        if (count < 0) {
-            return -1;
+        if (result >= 0) {
+            store_outputs(entry, data_type, epoch);
         }
-        if (data_type) {
-            *data_type = entry.data_type;
+        if (entry.type == AbstractMetaEntry::WriteFile || !is_entry) {
+            move_past(entry);
         }
-        if (epoch) {
-            *epoch = static_cast<int64_t>(uint64_t(m_header.created) + entry.epoch_offset);
-        }
-        if (entry.type == AbstractMetaEntry::WriteFile) {
-            if (entry.total_bytes_recorded == m_header.bytes_recorded) {
-                fast_forward_to_eof();
-            } else {
-                fast_forward_to_next_data_record_with_filter();
-            }
-        }
-        return count;
+        return result;
+    }
+}
+
+// The record of a WriteFile entry (its size), 0 for the CloseFile entry that ends the file, Skipped for
+// entries that don't deliver anything, or -1.
+int RecordingMetaFile::read_entry(const MetaEntry& entry, uint8_t* buffer, size_t size) {
+    if (!entry_names_a_file(entry)) {
+        return -1;
+    }
+    if (entry.type == AbstractMetaEntry::CloseFile) {
+        close_data_file_at_index(entry.filename_index);
+        return at_end() ? 0 : Skipped;
+    }
+    if (!is_record_data_type(entry.data_type)) {
+        std::cout << "invalid data type in meta file: " << m_meta_filename << ": " << entry.data_type
+                  << std::endl;
+        return -1;
+    }
+    if ((type_bit(entry.data_type) & m_filter) == 0) {
+        return Skipped;
+    }
+    return read_data_record(entry, buffer, size);
+}
+
+void RecordingMetaFile::store_outputs(const MetaEntry& entry, uint32_t* data_type, int64_t* epoch) const {
+    if (data_type) {
+        *data_type = entry.data_type;
+    }
+    if (epoch) {
+        *epoch = static_cast<int64_t>(uint64_t(m_header.created) + entry.epoch_offset);
+    }
+}
+
+void RecordingMetaFile::move_past(const MetaEntry& entry) {
+    if (entry.type == AbstractMetaEntry::WriteFile && entry.total_bytes_recorded == m_header.bytes_recorded) {
+        fast_forward_to_eof();
+    } else {
+        fast_forward_to_next_data_record_with_filter();
     }
 }
 

@@ -127,6 +127,10 @@ private:
     bool set_position_from_seek(int64_t position);
     template <typename IsLateEnough> bool seek_by_walk(int64_t start, IsLateEnough is_late_enough);
 
+    static constexpr int Skipped = -3;
+    int read_entry(const MetaEntry& entry, uint8_t* buffer, size_t size);
+    void store_outputs(const MetaEntry& entry, uint32_t* data_type, int64_t* epoch) const;
+    void move_past(const MetaEntry& entry);
     int read_data_record(const MetaEntry& entry, uint8_t* buffer, size_t size);
     FILE* data_file_at_index(unsigned index);
     bool entry_names_a_file(const MetaEntry& entry) const;

@@ -1,6 +1,7 @@
 // The link's two speeds: a command round trip over a pseudo-terminal and over loopback TCP (median and 99th
 // percentile per run), and how many streamed packets per second reach a named queue that a consumer drains.
 #include "ConcreteFactory.h"
+#include "ModuleEmulator.h"
 #include "RadarCommunicator.h"
 #include "StdoutLogger.h"
 #include "TcpIpFactory.h"
@@ -53,24 +54,33 @@ double percentile(std::vector<double> values, double fraction) {
     return values[std::min(values.size() - 1, static_cast<size_t>(fraction * values.size()))];
 }
 
+// The ping is answered by the module emulator, as a user without hardware would run it.
 void round_trip(benchmark::State& state, bool tcp) {
-    Link link(tcp);
-    if (link.opened != 0) {
+    ModuleEmulator emulator(tcp ? ModuleEmulator::Transport::tcp : ModuleEmulator::Transport::pty);
+    DiscardingLoggerIo* sink = new DiscardingLoggerIo();
+    StdoutLogger logger(0, sink);
+    std::unique_ptr<AbstractFactory> factory(tcp ? static_cast<AbstractFactory*>(new TcpIpFactory(
+                                                       htonl(INADDR_LOOPBACK), htons(emulator.tcp_port())))
+                                                 : new ConcreteFactory());
+    UartIo io(logger, *factory);
+    std::unique_ptr<RadarCommunicator> communicator(new RadarCommunicator(io, *factory, logger));
+    if (communicator->open(tcp ? "tcp://127.0.0.1" : emulator.device_path()) != 0 ||
+        !emulator.wait_for_connections(1, std::chrono::seconds(2))) {
         state.SkipWithError("link did not open");
         return;
     }
-    link.peer->set_responder([](const Bytes&) { return frame(pong_payload()); });
     const Bytes ping = frame(ping_payload());
     const Bytes comparator{0x01};
     std::vector<double> microseconds;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
-        benchmark::DoNotOptimize(link.communicator->send(2, ping, comparator));
+        benchmark::DoNotOptimize(communicator->send(2, ping, comparator));
         microseconds.push_back(
             std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count());
     }
     state.counters["median_us"] = percentile(microseconds, 0.5);
     state.counters["p99_us"] = percentile(microseconds, 0.99);
+    communicator.reset();
 }
 
 void BM_RoundTripPseudoTerminal(benchmark::State& state) {

@@ -30,9 +30,17 @@ public:
         module.answer_with({0x90, 0x71}, [this](const Bytes& c) { return read(c); });
     }
 
-    std::vector<uint32_t> written_chunks, read_chunks, commits;
+    // Copies taken under the store's lock: the module's thread writes these.
+    std::vector<uint32_t> written_chunks() const { return copy(written_chunks_); }
+    std::vector<uint32_t> read_chunks() const { return copy(read_chunks_); }
+    std::vector<uint32_t> commits() const { return copy(commits_); }
 
 private:
+    std::vector<uint32_t> copy(const std::vector<uint32_t>& values) const {
+        std::lock_guard<std::mutex> lock(mutex);
+        return values;
+    }
+
     typedef std::pair<uint32_t, uint32_t> Key;
     static Key key(const Bytes& c) { return {word_at(c, 0), word_at(c, 1)}; }
 
@@ -46,12 +54,12 @@ private:
         uint32_t offset = word_at(c, 2), size = word_at(c, 3);
         Bytes& file = pending[key(c)];
         std::copy(c.begin() + 18, c.begin() + 18 + size, file.begin() + offset);
-        written_chunks.push_back(size);
+        written_chunks_.push_back(size);
         return {ack()};
     }
     std::vector<Bytes> close(const Bytes& c) {
         std::lock_guard<std::mutex> lock(mutex);
-        commits.push_back(word_at(c, 2));
+        commits_.push_back(word_at(c, 2));
         if (word_at(c, 2))
             files[key(c)] = pending[key(c)];
         return {ack()};
@@ -68,12 +76,13 @@ private:
         std::lock_guard<std::mutex> lock(mutex);
         const Bytes& file = files[key(c)];
         uint32_t offset = word_at(c, 2), size = word_at(c, 3);
-        read_chunks.push_back(size);
+        read_chunks_.push_back(size);
         return {reply(0x10, 0, Bytes(file.begin() + offset, file.begin() + offset + size))};
     }
 
-    std::mutex mutex;
+    mutable std::mutex mutex;
     std::map<Key, Bytes> files, pending;
+    std::vector<uint32_t> written_chunks_, read_chunks_, commits_;
 };
 
 class RadarFiles : public ::testing::Test {
@@ -93,18 +102,18 @@ protected:
 
 TEST_F(RadarFiles, EmptyFileNeedsNoDataCommands) {
     radar.set_file(3, 9, Bytes());
-    EXPECT_TRUE(store.written_chunks.empty());
+    EXPECT_TRUE(store.written_chunks().empty());
     EXPECT_TRUE(radar.get_file(3, 9).empty());
-    EXPECT_TRUE(store.read_chunks.empty());
-    EXPECT_EQ((std::vector<uint32_t>{1, 0}), store.commits) << "written with commit, read without";
+    EXPECT_TRUE(store.read_chunks().empty());
+    EXPECT_EQ((std::vector<uint32_t>{1, 0}), store.commits()) << "written with commit, read without";
 }
 
 TEST_F(RadarFiles, ExactlyOneChunk) {
     Bytes data = pattern(2000);
     radar.set_file(3, 9, data);
     EXPECT_EQ(data, radar.get_file(3, 9));
-    EXPECT_EQ((std::vector<uint32_t>{2000}), store.written_chunks);
-    EXPECT_EQ((std::vector<uint32_t>{2000}), store.read_chunks);
+    EXPECT_EQ((std::vector<uint32_t>{2000}), store.written_chunks());
+    EXPECT_EQ((std::vector<uint32_t>{2000}), store.read_chunks());
 }
 
 TEST_F(RadarFiles, OneByteOverAChunk) {
@@ -113,8 +122,8 @@ TEST_F(RadarFiles, OneByteOverAChunk) {
     Bytes back;
     EXPECT_EQ(0, radar.get_file_no_throw(3, 9, back));
     EXPECT_EQ(data, back);
-    EXPECT_EQ((std::vector<uint32_t>{2000, 1}), store.written_chunks);
-    EXPECT_EQ((std::vector<uint32_t>{2000, 1}), store.read_chunks);
+    EXPECT_EQ((std::vector<uint32_t>{2000, 1}), store.written_chunks());
+    EXPECT_EQ((std::vector<uint32_t>{2000, 1}), store.read_chunks());
 }
 
 TEST_F(RadarFiles, RefusedFileCommandIsARuntimeErrorAndLeavesTheFileOpen) {
@@ -126,7 +135,7 @@ TEST_F(RadarFiles, RefusedFileCommandIsARuntimeErrorAndLeavesTheFileOpen) {
     }
     EXPECT_EQ(1, radar.open_file_no_throw(3, 10));
     EXPECT_FALSE(link.logged("error code"));
-    EXPECT_TRUE(store.commits.empty());
+    EXPECT_TRUE(store.commits().empty());
 }
 
 TEST_F(RadarFiles, ListingSplitsTheWordsInTypesAndIdentifiers) {

@@ -1,6 +1,5 @@
 // Task threads and the queue beneath them, driven from real threads.
 #include "ActiveThread.h"
-#include "MessageQueue.h"
 #include "StdoutLogger.h"
 #include "VoidLogger.h"
 
@@ -10,94 +9,68 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <memory>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::system_clock;
 
-class LinesIo : public Tervik::AbstractLoggerIo {
-public:
-    explicit LinesIo(std::vector<std::string>& lines) : lines(lines) {}
-    void log(const std::string& line) override { lines.push_back(line.substr(line.find(" : ") + 3)); }
-
-private:
-    std::vector<std::string>& lines;
-};
-
-TEST(ActiveThreadTest, StopRunsEveryTaskPostedBeforeItInOrder) {
-    std::vector<int> ran;
-    ActiveThread thread("drain", void_logger());
-    for (int i = 0; i < 10; ++i)
-        thread.add([&ran, i] {
-            std::this_thread::sleep_for(milliseconds(1));
-            ran.push_back(i);
-        });
-    thread.stop();
-    EXPECT_EQ(std::vector<int>({0, 1, 2, 3, 4, 5, 6, 7, 8, 9}), ran);
+void pause_ms(int ms) {
+    std::this_thread::sleep_for(milliseconds(ms));
 }
 
-TEST(ActiveThreadTest, DestructorDrainsToo) {
-    std::atomic<int> ran(0);
+TEST(ActiveThreadTest, StopAndDestructorRunEveryTaskPostedBeforeThemInOrder) {
+    std::vector<int> ran;
+    {
+        ActiveThread thread("drain", void_logger());
+        for (int i = 0; i < 10; ++i)
+            thread.add([&ran, i] { pause_ms(1), ran.push_back(i); });
+        thread.stop();
+        EXPECT_EQ(std::vector<int>({0, 1, 2, 3, 4, 5, 6, 7, 8, 9}), ran);
+    }
+    ran.clear();
     {
         ActiveThread thread("drain", void_logger());
         for (int i = 0; i < 5; ++i)
-            thread.add([&ran] { ++ran; });
+            thread.add([&ran, i] { ran.push_back(i); });
     }
-    EXPECT_EQ(5, ran);
+    EXPECT_EQ(std::vector<int>({0, 1, 2, 3, 4}), ran);
 }
 
 TEST(ActiveThreadTest, SelfPostingTaskEndsWithinTwoFurtherRuns) {
     ActiveThread thread("self posting", void_logger());
-    std::atomic<int> runs(0);
+    std::atomic<int> runs(0), runs_while_stopping(0);
     std::atomic<bool> stopping(false);
-    std::atomic<int> runs_while_stopping(0);
     std::function<void()> pass = [&] {
         ++runs;
-        if (stopping)
-            ++runs_while_stopping;
-        std::this_thread::sleep_for(milliseconds(10));
+        runs_while_stopping += stopping ? 1 : 0;
+        pause_ms(10);
         thread.add(pass);
     };
     thread.add(pass);
     while (runs < 3)
-        std::this_thread::sleep_for(milliseconds(1));
+        pause_ms(1);
     stopping = true;
     thread.stop();
     EXPECT_LE(runs_while_stopping, 2);
     const int final_runs = runs;
-    std::this_thread::sleep_for(milliseconds(30));
+    pause_ms(30);
     EXPECT_EQ(final_runs, runs);
 }
 
-TEST(ActiveThreadTest, AfterStopTasksAreDroppedAndStopIsIdempotent) {
-    std::atomic<int> ran(0);
-    ActiveThread thread("stopped", void_logger());
-    thread.stop();
-    thread.add([&ran] { ++ran; });
-    thread.stop();
-    std::thread other([&thread] { thread.stop(); });
-    other.join();
-    EXPECT_EQ(0, ran);
-}
-
-TEST(ActiveThreadTest, ConcurrentStopsBothReturnAfterTheDrain) {
+TEST(ActiveThreadTest, StopsFromSeveralThreadsReturnAfterTheDrainAndLaterTasksAreDropped) {
     std::atomic<int> ran(0);
     ActiveThread thread("two owners", void_logger());
     for (int i = 0; i < 20; ++i)
-        thread.add([&ran] {
-            std::this_thread::sleep_for(milliseconds(1));
-            ++ran;
-        });
+        thread.add([&ran] { pause_ms(1), ++ran; });
     std::thread first([&thread] { thread.stop(); });
     std::thread second([&thread] { thread.stop(); });
     first.join();
     second.join();
+    EXPECT_EQ(20, ran);
+    thread.add([&ran] { ++ran; });
+    thread.stop();
     EXPECT_EQ(20, ran);
 }
 
@@ -117,13 +90,9 @@ TEST(ActiveThreadTest, TasksPostedFromManyThreadsAllRun) {
 }
 
 std::string os_thread_name_inside(const std::string& name) {
-    std::string seen;
+    char seen[32] = {0};
     ActiveThread thread(name, void_logger());
-    thread.add([&seen] {
-        char buffer[32] = {0};
-        pthread_getname_np(pthread_self(), buffer, sizeof buffer);
-        seen = buffer;
-    });
+    thread.add([&seen] { pthread_getname_np(pthread_self(), seen, sizeof seen); });
     thread.stop();
     return seen;
 }
@@ -132,29 +101,29 @@ TEST(ActiveThreadTest, ThreadCarriesItsNameForTheSystemAndTheLog) {
     EXPECT_EQ("dispatcher", os_thread_name_inside("dispatcher"));
     EXPECT_EQ("a name longer t", os_thread_name_inside("a name longer than fifteen"));
 
-    std::vector<std::string> lines;
+    struct TextsIo : Tervik::AbstractLoggerIo {
+        explicit TextsIo(std::vector<std::string>& texts) : texts(texts) {}
+        void log(const std::string& line) override { texts.push_back(line.substr(line.find(" : ") + 3)); }
+        std::vector<std::string>& texts;
+    };
+    std::vector<std::string> texts;
     {
-        StdoutLogger logger(5, new LinesIo(lines));
+        StdoutLogger logger(5, new TextsIo(texts));
         ActiveThread thread("reader", logger);
     }
-    EXPECT_NE(lines.end(), std::find(lines.begin(), lines.end(), "task ending: reader"));
-    EXPECT_NE(lines.end(), std::find(lines.begin(), lines.end(), "~ActiveThread: reader"));
+    EXPECT_NE(texts.end(), std::find(texts.begin(), texts.end(), "task ending: reader"));
+    EXPECT_NE(texts.end(), std::find(texts.begin(), texts.end(), "~ActiveThread: reader"));
 }
 
-TEST(MessageQueueTest, LimitMinusOneKeepsAllInOrder) {
+TEST(MessageQueueTest, LimitKeepsTheNewestItems) {
     MessageQueue<int> queue;
     EXPECT_EQ(-1, queue.get_max_count());
-    for (int i = 0; i < 2000; ++i)
+    for (int i = 1; i <= 1500; ++i)
         queue.push(i);
-    EXPECT_EQ(2000u, queue.size());
-    EXPECT_EQ(0, queue.pop());
-    EXPECT_EQ(1, queue.pop());
+    EXPECT_EQ(1500u, queue.size());
     queue.clear();
     EXPECT_TRUE(queue.empty());
-}
 
-TEST(MessageQueueTest, PositiveLimitDropsTheOldest) {
-    MessageQueue<int> queue;
     queue.set_max_count(2);
     for (int i = 1; i <= 3; ++i)
         queue.push(i);
@@ -162,8 +131,6 @@ TEST(MessageQueueTest, PositiveLimitDropsTheOldest) {
     EXPECT_EQ(2, queue.pop());
     EXPECT_EQ(3, queue.pop());
 
-    for (int i = 1; i <= 3; ++i)
-        queue.push(i);
     queue.set_max_count(-1);
     for (int i = 4; i <= 6; ++i)
         queue.push(i);
@@ -178,14 +145,11 @@ TEST(MessageQueueTest, LimitZeroStaysEmptyAndWakesNobody) {
     queue.set_max_count(0);
     EXPECT_TRUE(queue.empty());
     int item = -1;
-    std::thread pusher([&queue] {
-        std::this_thread::sleep_for(milliseconds(20));
-        queue.push(2);
-    });
+    std::thread pusher([&queue] { pause_ms(20), queue.push(2); });
     EXPECT_FALSE(queue.wait_for(system_clock::now() + milliseconds(100), item));
     pusher.join();
     EXPECT_EQ(-1, item);
-    EXPECT_EQ(0u, queue.size());
+    EXPECT_TRUE(queue.empty());
 }
 
 TEST(MessageQueueTest, TimedWaitTimesOutOrTakesWhatArrives) {
@@ -199,19 +163,14 @@ TEST(MessageQueueTest, TimedWaitTimesOutOrTakesWhatArrives) {
     EXPECT_TRUE(queue.wait_for(before, item)) << "an item already there is taken even past the deadline";
     EXPECT_EQ("queued", item);
 
-    std::thread pusher([&queue] {
-        std::this_thread::sleep_for(milliseconds(20));
-        queue.push("late");
-    });
+    std::thread pusher([&queue] { pause_ms(20), queue.push("late"); });
     EXPECT_TRUE(queue.wait_for(system_clock::now() + std::chrono::seconds(10), item));
     pusher.join();
     EXPECT_EQ("late", item);
-    EXPECT_TRUE(queue.empty());
 }
 
 TEST(MessageQueueTest, ItemsFromManyProducersArriveOnceEachInProducerOrder) {
-    const int producers = 4;
-    const int per_producer = 2000;
+    const int producers = 4, per_producer = 2000;
     MessageQueue<int> queue;
     std::vector<std::thread> threads;
     for (int p = 0; p < producers; ++p)
@@ -222,9 +181,7 @@ TEST(MessageQueueTest, ItemsFromManyProducersArriveOnceEachInProducerOrder) {
     std::vector<int> next(producers, 0);
     for (int n = 0; n < producers * per_producer; ++n) {
         const int item = queue.pop();
-        const int producer = item / per_producer;
-        ASSERT_EQ(next[producer], item % per_producer);
-        ++next[producer];
+        ASSERT_EQ(next[item / per_producer]++, item % per_producer);
     }
     for (std::thread& thread : threads)
         thread.join();

@@ -361,3 +361,25 @@ TEST(ModuleEmulatorTcp, AClientThatLeavesMakesRoomForTheNext) {
     EXPECT_TRUE(ponged);
     EXPECT_EQ(emulator.connections(), 2u);
 }
+
+namespace {
+size_t open_descriptors() {
+    size_t count = 0;
+    for (int fd = 0; fd < 4096; ++fd)
+        count += fcntl(fd, F_GETFD) != -1;
+    return count;
+}
+} // namespace
+
+TEST(ModuleEmulatorLife, StopsItsThreadAndLeavesNoDescriptorBehind) {
+    const size_t before = open_descriptors();
+    for (Transport transport : {Transport::pty, Transport::tcp}) {
+        ModuleEmulator emulator(transport);
+        emulator.start_stream(ModuleEmulator::StreamKind::presence_single, 1000.0);
+        Host host(emulator);
+        EXPECT_FALSE(host.packets(1, seconds(2)).empty());
+        emulator.stop();
+        emulator.stop();
+    }
+    EXPECT_EQ(open_descriptors(), before);
+}

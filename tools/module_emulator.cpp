@@ -69,6 +69,11 @@ double to_seconds(const std::string& flag, const char* text) {
     return value;
 }
 
+// Every option is listed in the usage text, as "  --name ".
+bool usage_mentions(const std::string& flag) {
+    return std::strstr(usage, ("  " + flag + " ").c_str()) != nullptr;
+}
+
 // Returns false when the program should only print its usage.
 bool parse(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
@@ -79,8 +84,10 @@ bool parse(int argc, char** argv, Options& options) {
             options.silent = true;
             continue;
         }
+        if (flag.compare(0, 2, "--") != 0 || !usage_mentions(flag))
+            throw std::invalid_argument("unknown option: " + flag);
         if (i + 1 >= argc)
-            throw std::invalid_argument(flag + ": unknown, or missing its value");
+            throw std::invalid_argument(flag + ": missing its value");
         const char* value = argv[++i];
         if (flag == "--tcp") {
             options.transport = ModuleEmulator::Transport::tcp;

@@ -7,6 +7,7 @@ unsigned char crc_ = 0;
 
 #define FAST_PACKET_HEADER 5u     /* "Q" and the 32-bit length */
 #define NOESCAPE_PACKET_HEADER 5u /* the 32-bit length and one unused byte */
+#define LENGTH_FIELD 4u
 #define SYNC_BYTE 0x7Cu
 
 /* ======================================== reading ======================================================= */
@@ -108,12 +109,12 @@ static uint32_t collect_fast(ApplicationProtocol* p, const uint8_t* data, uint32
 /* No-escape packet: L, one unused byte, the body; L + 5 stored, the L body bytes delivered. Only
  * L = 0xFFFFFFFF can make the wrapped sum match (at 4 stored bytes); it claims more than any buffer can hold,
  * and delivering it would hand out a length far past the stored bytes, so it is treated as the overflow it
- * really is. Returns 0 in that case, with *overflow set. */
+ * really is: *overflow is set and nothing is delivered. */
 static uint32_t collect_noescape(ApplicationProtocol* p, const uint8_t* data, uint32_t available,
                                  int* delivered, int* overflow) {
-    uint32_t target = p->count < 4 ? p->count + 1 : read_le32(p->buffer) + NOESCAPE_PACKET_HEADER;
+    uint32_t target = p->count < LENGTH_FIELD ? p->count + 1 : read_le32(p->buffer) + NOESCAPE_PACKET_HEADER;
     uint32_t n = store_run(p, data, available, target);
-    if (p->count < 4 || p->count != read_le32(p->buffer) + NOESCAPE_PACKET_HEADER) {
+    if (p->count < LENGTH_FIELD || p->count != read_le32(p->buffer) + NOESCAPE_PACKET_HEADER) {
         return n;
     }
     if (p->count < NOESCAPE_PACKET_HEADER) {
@@ -128,10 +129,11 @@ static uint32_t collect_noescape(ApplicationProtocol* p, const uint8_t* data, ui
 /* Four sync bytes switch to a no-escape packet wherever they stand, unless the stored packet begins with an
  * escaped 7D. The stored bytes are dropped without a report. */
 static void sync_test(ApplicationProtocol* p) {
-    const uint8_t* tail = p->buffer + p->count - 4;
+    const uint8_t* tail;
     if (p->buffer[0] == KMS_FLAG_START || p->count < 4) {
         return;
     }
+    tail = p->buffer + p->count - 4;
     if (tail[0] == SYNC_BYTE && tail[1] == SYNC_BYTE && tail[2] == SYNC_BYTE && tail[3] == SYNC_BYTE) {
         p->fast_mode = 0;
         p->count = 0;

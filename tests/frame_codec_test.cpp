@@ -199,10 +199,13 @@ TEST(FrameReading, ErrorCodesAndRecoveryWithinOneChunk) {
     EXPECT_EQ("E1", recovering.events()[1]);
 }
 
-TEST(FrameReading, EscapedQAtTheHeadIsDataButABareQStartsAFastPacket) {
+TEST(FrameReading, EscapeMakesAnyNextByteDataAndABareQAtTheHeadStartsAFastPacket) {
     Parser escaped;
     EXPECT_EQ(1, escaped.feed({0x7D, 0x7F, 0x51, 0x7D ^ 0x51, 0x7E}));
     EXPECT_EQ(Events{"Q"}, escaped.events());
+    // An escape before an ordinary byte is spent on it, and the end flag after it still ends the frame.
+    EXPECT_EQ(1, escaped.feed({0x7D, 0x41, 0x7F, 0x44, 0x7D ^ 0x41 ^ 0x44, 0x7E}));
+    EXPECT_EQ((Events{"Q", "AD"}), escaped.events());
 
     Parser bare;
     EXPECT_EQ(1, bare.feed(Bytes{0x7D} + fast_packet({0x7E, 0x7D, 0x7F})));

@@ -1,0 +1,78 @@
+// The first object a native user creates: one DeviceBridge stands for one connection to a module and builds
+// and owns everything of it, the transport, the logger, the byte link and the RadarInterface behind its lock.
+//
+// The kind of link is chosen by the constructor alone: a device name always means a serial device file, an
+// address and a port always mean TCP. The name is never parsed, so "tcp://10.0.0.1:3000" given as a device
+// name is a file that does not exist.
+//
+// A bridge built with a name or an address is open when its constructor returns; a refusal throws
+// std::runtime_error "unable to open file: " + name and no object comes to exist. An empty name builds
+// everything and opens nothing until open().
+#ifndef DEVICEBRIDGE_DEVICEBRIDGE_H
+#define DEVICEBRIDGE_DEVICEBRIDGE_H
+
+#include "AbstractLoggerIo.h"
+#include "G5.h"
+#include "LockedRadarInterfacePtr.h"
+
+#include <netinet/in.h>
+
+#include <memory>
+#include <string>
+
+namespace Tervik {
+
+class DeviceBridgePrivate;
+
+class DeviceBridge {
+public:
+    // ---- serial device ----
+    // Without a level the logger passes everything (level 5); without an output it writes each line to
+    // standard output and to "debug_%Y%m%d_%H%M%S.log" in the current directory. A given logger_io belongs to
+    // the bridge from the call on, also when the constructor throws: the caller must not delete or share it.
+    explicit DeviceBridge(const std::string& device_name);
+    DeviceBridge(const std::string& device_name, int log_level);
+    DeviceBridge(const std::string& device_name, int log_level, AbstractLoggerIo* logger_io);
+
+    // ---- TCP endpoint ----
+    // ip and port in network byte order, as inet_addr and htons give them. The bridge names its link
+    // "tcp://" + dotted address + ":" + port, which is the name in its log and its errors.
+    DeviceBridge(in_addr_t ip, in_port_t port);
+    DeviceBridge(in_addr_t ip, in_port_t port, int log_level);
+    DeviceBridge(in_addr_t ip, in_port_t port, int log_level, AbstractLoggerIo* logger_io);
+
+    // Stops the link's threads and closes the link; never throws.
+    virtual ~DeviceBridge();
+    DeviceBridge(const DeviceBridge&) = delete;
+    DeviceBridge& operator=(const DeviceBridge&) = delete;
+
+    // ---- the connection; each call takes the connection's lock ----
+    // The source revision the library was built from.
+    std::string git_sha();
+    // Drops the current link and opens the named device: 0, or the transport's code. Subscriptions made
+    // before are gone; the default queues are made anew. On a TCP bridge the name is ignored and the same
+    // endpoint is connected again.
+    int open(std::string device_name);
+    // After close every command fails (status forms return 1) until open().
+    int close();
+    int set_log_level(int new_log_level);
+    // Seconds that each later command waits for its reply; 2 unless set.
+    void set_default_timeout(unsigned int new_default_timeout);
+
+    // ---- the RadarInterface ----
+    // The guard through which every command of the module reaches the RadarInterface:
+    // `bridge.get_radar_interface()->ping()` holds the connection's lock for exactly that call, so that
+    // threads sharing the bridge are served one whole command at a time. Include "UniqueLocked.h" and
+    // "RadarInterface.h" to call through it. Valid as long as the bridge lives.
+    LockedRadarInterfacePtr& get_radar_interface();
+    // The same RadarInterface as the abstract G5, WITHOUT the lock: for a program that uses the bridge from
+    // one thread only. Valid as long as the bridge lives.
+    G5& get_g5();
+
+private:
+    std::unique_ptr<DeviceBridgePrivate> d_ptr;
+};
+
+} // namespace Tervik
+
+#endif

@@ -125,9 +125,12 @@ private:
 
 void print(const char* title, const Events& events) {
     std::fprintf(stderr, "%s:", title);
-    for (const Event& event : events)
-        std::fprintf(stderr, event.is_packet ? " packet of %zu" : " error %u",
-                     event.is_packet ? event.bytes.size() : size_t(event.code));
+    for (const Event& event : events) {
+        if (event.is_packet)
+            std::fprintf(stderr, " packet of %zu", event.bytes.size());
+        else
+            std::fprintf(stderr, " error %u", static_cast<unsigned>(event.code));
+    }
     std::fprintf(stderr, "\n");
 }
 

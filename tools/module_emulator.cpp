@@ -3,6 +3,7 @@
 // The first line on standard output tells the host where to connect, "device: /dev/pts/5" or
 // "tcp: 127.0.0.1:PORT". The program serves until SIGINT or SIGTERM, or until --duration has passed.
 #include "ModuleEmulator.h"
+#include "ModuleFirmware.h"
 
 #include <chrono>
 #include <csignal>
@@ -24,8 +25,11 @@ const char* const usage =
     "The first line of output names the device or the address to connect to.\n"
     "\n"
     "  --tcp PORT            serve TCP clients, one at a time, instead of a pseudo-terminal\n"
-    "  --stream presence     stream presence single packets ...\n"
-    "  --rate HZ             ... at this many packets per second (default 10)\n"
+    "  --profile NAME        start with this profile loaded and running: presence, respiration or sleep\n"
+    "                        (by default the host loads one and sets run mode, as with a real module)\n"
+    "  --rate HZ             packets per second of the profile's readings (default 5)\n"
+    "  --bins N              bins of a baseband frame and of a pulse-Doppler row (default 100)\n"
+    "  --stream presence     stream presence single packets at --rate, whatever the host asks\n"
     "  --duration SECONDS    stop after this time (default: until SIGINT or SIGTERM)\n"
     "  --pong-value VALUE    answer ping with this value (default 0xAAEEAEEA, ready)\n"
     "faults:\n"
@@ -41,7 +45,9 @@ struct Options {
     ModuleEmulator::Transport transport = ModuleEmulator::Transport::pty;
     unsigned long port = 0;
     bool stream = false;
-    double rate = 10.0;
+    uint32_t profile = 0;
+    double rate = 5.0;
+    unsigned long bins = 100;
     double duration = 0.0;
     double close_after = 0.0;
     unsigned long pong_value = KMS_DEF_PONGVAL_READY;
@@ -67,6 +73,16 @@ double to_seconds(const std::string& flag, const char* text) {
     if (end == text || *end != '\0' || !(value > 0.0))
         throw std::invalid_argument(flag + ": not a positive number: " + text);
     return value;
+}
+
+uint32_t profile_id(const std::string& name) {
+    if (name == "presence")
+        return KMS_ID_APP_PRESENCE_2;
+    if (name == "respiration")
+        return KMS_ID_APP_RESP;
+    if (name == "sleep")
+        return KMS_ID_APP_SLEEP;
+    throw std::invalid_argument("--profile: unknown profile: " + name);
 }
 
 // Every option is listed in the usage text, as "  --name ".
@@ -98,6 +114,12 @@ bool parse(int argc, char** argv, Options& options) {
             if (std::strcmp(value, "presence") != 0)
                 throw std::invalid_argument("--stream: unknown stream: " + std::string(value));
             options.stream = true;
+        } else if (flag == "--profile") {
+            options.profile = profile_id(value);
+        } else if (flag == "--bins") {
+            options.bins = to_unsigned(flag, value);
+            if (options.bins == 0 || options.bins > 100000)
+                throw std::invalid_argument("--bins: not in 1 to 100000: " + std::string(value));
         } else if (flag == "--rate") {
             options.rate = to_seconds(flag, value);
         } else if (flag == "--duration") {
@@ -128,6 +150,10 @@ void configure(ModuleEmulator& emulator, const Options& options) {
     emulator.drop_every_kth_byte(static_cast<unsigned>(options.drop_every));
     emulator.set_silent(options.silent);
     emulator.set_reply_delay(std::chrono::milliseconds(options.delay_ms));
+    emulator.set_stream_bins(static_cast<uint32_t>(options.bins));
+    emulator.firmware().set_stream_rates(options.rate, 20.0);
+    if (options.profile != 0)
+        emulator.firmware().run_profile(options.profile);
     if (options.stream)
         emulator.start_stream(ModuleEmulator::StreamKind::presence_single, options.rate);
 }

@@ -1,5 +1,6 @@
 #include "ModuleEmulator.h"
 
+#include "ModuleFirmware.h"
 #include "ModulePackets.h"
 #include "PtyLink.h"
 #include "TcpListenLink.h"
@@ -52,6 +53,7 @@ ModuleEmulator::ModuleEmulator(Transport transport, uint16_t tcp_port)
     }
     reset_parser();
     table_.add(Bytes{KMS_SPC_PING}, [this](const Bytes& command) { return on_ping(command); });
+    firmware_.reset(new ModuleFirmware(*this));
     thread_ = std::thread([this] { run(); });
 }
 
@@ -303,24 +305,13 @@ void ModuleEmulator::emit_due_stream_packets_locked(Clock::time_point now) {
         if (now - stream.next_due > stream_catch_up_limit)
             stream.next_due = now;
         for (; stream.next_due <= now; stream.next_due += stream.period) {
-            const Bytes packet = stream_packet(entry.first, stream.frame_counter++);
+            const Bytes packet = sensor_stream_packet(entry.first, stream.frame_counter++, stream_bins_);
             if (!connected_ || pending_bytes_locked() > stream_backlog_limit)
                 continue;
             queue_locked(WireForm::frame, packet);
             ++packets_streamed_;
         }
     }
-}
-
-Bytes ModuleEmulator::stream_packet(StreamKind, uint32_t frame_counter) {
-    // Somebody sits in the room and moves slowly back and forth between one and three metres.
-    emulator_packets::PresenceSingle reading;
-    reading.frame_counter = frame_counter;
-    reading.presence_state = KMS_VAL_PRESENCE_PRESENCESTATE_PRESENCE;
-    reading.distance = 1.0f + 0.25f * static_cast<float>(frame_counter % 8);
-    reading.direction = static_cast<uint8_t>(frame_counter / 8 % 2);
-    reading.signal_quality = 80;
-    return emulator_packets::presence_single(reading);
 }
 
 void ModuleEmulator::refill_flood_locked() {
@@ -414,6 +405,21 @@ void ModuleEmulator::stop_stream(StreamKind kind) {
 void ModuleEmulator::stop_streams() {
     std::lock_guard<std::mutex> lock(mutex_);
     streams_.clear();
+}
+
+bool ModuleEmulator::streaming(StreamKind kind) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return streams_.count(kind) > 0;
+}
+
+void ModuleEmulator::set_stream_bins(uint32_t bins) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    stream_bins_ = bins;
+}
+
+uint32_t ModuleEmulator::stream_bins() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return stream_bins_;
 }
 
 unsigned long long ModuleEmulator::packets_streamed() const {

@@ -2,9 +2,10 @@
 // a TCP socket on 127.0.0.1, so that the library, its demo and its users' scripts run without hardware.
 //
 // What it does as a module: it cuts the host's escaped frames out of the byte stream, answers each command
-// from a table of handlers (ping with the pong of a ready module; anything it doesn't know with an error
-// reply "not recognized"; a frame with a wrong checksum with an error reply "CRC failed"), streams
-// application data packets at a chosen rate, and sends packets in any of the three wire forms on request.
+// from a table of handlers (ping with the pong of a ready module; every command family of a module through
+// its ModuleFirmware; anything it doesn't know with an error reply "not recognized"; a frame with a wrong
+// checksum with an error reply "CRC failed"), streams application data packets at a chosen rate, and sends
+// packets in any of the three wire forms on request.
 //
 // What it does for tests: it logs every command it received, floods the link with packets as fast as the link
 // takes them, and injects faults: damaged checksums, lost bytes, silence, late answers, a dropped connection.
@@ -18,6 +19,7 @@
 #include "CommandTable.h"
 #include "FaultInjector.h"
 #include "ModuleWire.h"
+#include "SensorStreams.h"
 #include "protocol.h"
 
 #include <atomic>
@@ -32,13 +34,14 @@
 #include <vector>
 
 class EmulatorLink;
+class ModuleFirmware;
 struct pollfd;
 
 class ModuleEmulator {
 public:
     enum class Transport { pty, tcp };
     // The data streams a module can send by itself.
-    enum class StreamKind { presence_single };
+    typedef ::StreamKind StreamKind;
     typedef emulator_wire::WireForm WireForm;
     typedef CommandTable::Handler Handler;
 
@@ -76,6 +79,9 @@ public:
     // replies. The handler runs on the emulator's thread; an exception from it is answered with an error
     // reply "command failed".
     void set_handler(const Bytes& prefix, Handler handler);
+    // The module's firmware: its settings, profiles, file system and the handlers of its commands. Lives as
+    // long as the emulator.
+    ModuleFirmware& firmware() { return *firmware_; }
     // The value that a ping is answered with; KMS_DEF_PONGVAL_READY unless set.
     void set_pong_value(uint32_t value);
     // The payloads of all commands received, in order, silent or not.
@@ -106,6 +112,11 @@ public:
     void start_stream(StreamKind kind, double rate_hz);
     void stop_stream(StreamKind kind);
     void stop_streams();
+    bool streaming(StreamKind kind) const;
+    // The bin count of the baseband streams and the frequency count of the pulse-Doppler and noise map
+    // streams; 100 unless set. Applies to the packets made after the call.
+    void set_stream_bins(uint32_t bins);
+    uint32_t stream_bins() const;
     // Stream packets handed to the link since construction.
     unsigned long long packets_streamed() const;
 
@@ -170,7 +181,6 @@ private:
     void wake();
 
     std::vector<Bytes> on_ping(const Bytes& command);
-    static Bytes stream_packet(StreamKind kind, uint32_t frame_counter);
 
     static void on_packet(void* user_data, const unsigned char* data, unsigned int length);
     static void on_error(void* user_data, unsigned int code);
@@ -196,6 +206,7 @@ private:
     std::vector<Bytes> received_;
     unsigned checksum_errors_ = 0;
     std::map<StreamKind, Stream> streams_;
+    uint32_t stream_bins_ = 100;
     std::multimap<Clock::time_point, Bytes> late_replies_;
     Flood flood_;
     Bytes outbox_;
@@ -203,6 +214,8 @@ private:
     bool close_requested_ = false;
     unsigned long long bytes_sent_ = 0;
     unsigned long long packets_streamed_ = 0;
+
+    std::unique_ptr<ModuleFirmware> firmware_;
 
     std::atomic<bool> connected_{false};
     std::atomic<unsigned> connections_{0};

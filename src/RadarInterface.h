@@ -60,6 +60,8 @@ public:
     std::string git_sha();
     std::string build_date();
     void log(unsigned int level, const std::string& text);
+    // The logger of this connection, for objects built on it (a recorder) that log on threads of their own.
+    Logger& get_logger() const { return logger; }
 
     // ---- transport-level primitives -----------------------------------------------------------------------
 

@@ -383,3 +383,57 @@ TEST(ModuleEmulatorLife, StopsItsThreadAndLeavesNoDescriptorBehind) {
     }
     EXPECT_EQ(open_descriptors(), before);
 }
+
+namespace {
+
+Bytes with_words(Bytes head, std::initializer_list<uint32_t> words) {
+    for (uint32_t word : words)
+        emulator_packets::put_u32(head, word);
+    return head;
+}
+
+Bytes operator+(Bytes head, const Bytes& tail) {
+    head.insert(head.end(), tail.begin(), tail.end());
+    return head;
+}
+
+} // namespace
+
+// Every family reads its arguments only as far as the command goes: a command cut short anywhere is refused,
+// and the next whole one is still answered. The module stays idle, so that no stream mixes in.
+TEST(ModuleEmulatorFirmware, RefusesEveryTruncatedCommandAndAnswersTheNext) {
+    ModuleEmulator emulator(Transport::pty);
+    Host host(emulator);
+    const std::vector<Bytes> commands = {
+        with_words({KMS_SPC_MOD_LOADAPP}, {KMS_ID_APP_PRESENCE}),
+        {KMS_SPC_MOD_SETMODE, KMS_SM_IDLE},
+        {KMS_SPC_DIR_COMMAND, KMS_SDC_SYSTEM_GET_INFO, 2},
+        with_words({KMS_SPC_APPCOMMAND, KMS_SPCA_SET}, {KMS_ID_DETECTION_ZONE, 0x3F800000, 0x40000000}),
+        with_words({KMS_SPC_APPCOMMAND, KMS_SPCA_SET}, {KMS_ID_PROFILE_PARAMETERFILE, 2, 2, 0x00620061}),
+        with_words({KMS_SPC_OUTPUT, KMS_SPCO_SETCONTROL}, {KMS_SACR_OUTPUT_PULSE_DOPPLER, 1}),
+        with_words({KMS_SPC_DIR_COMMAND, KMS_SDC_APP_SETINT}, {16, 1, 1}),
+        with_words({KMS_SPC_IOPIN, KMS_SPCIOP_SETCONTROL}, {1, 1, 1}),
+        with_words({KMS_SPC_G7DRIVER, KMS_SPCX_SET}, {KMS_SPCXI_FRAMEAREA, 0x3F000000, 0x40000000}),
+        with_words({KMS_SPC_G7DRIVER, KMS_SPCX_READ, KMS_SPCXI_SPIREGISTER, 0, 0, 0, 0xF0}, {16}),
+        with_words({KMS_SPC_DIR_COMMAND, KMS_SDC_RADLIB_SETVARFLOAT}, {1, 0x3F800000}),
+        {KMS_SPC_DIR_COMMAND, 0x33, 0x92, 5},
+        with_words({KMS_SPC_DIR_COMMAND, KMS_SDC_CREATE_NEW_FILE}, {1, 2, 3}),
+        with_words({KMS_SPC_DIR_COMMAND, KMS_SDC_SET_FILE_DATA}, {1, 2, 0, 3}) + Bytes{1, 2, 3},
+        with_words({KMS_SPC_DIR_COMMAND, KMS_SDC_CLOSE_FILE}, {1, 2, 1}),
+    };
+    for (const Bytes& command : commands) {
+        for (size_t length = 1; length < command.size(); ++length) {
+            host.write(frame_of(Bytes(command.begin(), command.begin() + length)));
+            const Bytes reply = host.packet();
+            ASSERT_FALSE(reply.empty()) << "command " << int(command[0]) << " cut to " << length;
+            EXPECT_EQ(reply[0], KMS_SPR_ERROR) << "command " << int(command[0]) << " cut to " << length;
+        }
+        host.write(frame_of(command));
+        const Bytes reply = host.packet();
+        ASSERT_FALSE(reply.empty());
+        EXPECT_NE(reply[0], KMS_SPR_ERROR) << "command " << int(command[0]);
+    }
+    // What was written at the end came through: a file of 3 bytes, stored.
+    host.write(frame_of(with_words({KMS_SPC_DIR_COMMAND, KMS_SDC_GET_FILE_DATA}, {1, 2, 0, 100})));
+    EXPECT_EQ(host.packet(), emulator_packets::reply(KMS_SPRD_BYTE, 0, 0, {1, 2, 3}));
+}

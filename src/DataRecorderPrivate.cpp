@@ -906,6 +906,8 @@ void DataRecorderPrivate::note_new_data_file(const MetaObject& object) {
     append_32bits(record, static_cast<uint32_t>(meta->session_filename_index));
     AbstractMetaEntry::string_to_bytes(relative_to(meta->filename, meta->directory), &record);
     write_bytes(session_meta->journal, record);
+    // The journal and the meta header are what a crash leaves to repair a recording from; both are small.
+    session_meta->journal.flush();
 }
 
 void DataRecorderPrivate::write_meta_entry(SessionMetaData* session_meta, const AbstractMetaEntry& entry) {
@@ -957,6 +959,7 @@ bool DataRecorderPrivate::open_session_files(SessionMetaData* session_meta) {
     session_meta->created = system_ms_now();
     session_meta->start_time = steady_clock::now();
     write_bytes(session_meta->meta_file, initial_meta_header(session_meta));
+    session_meta->meta_file.flush();
     return true;
 }
 

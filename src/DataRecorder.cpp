@@ -10,8 +10,13 @@ namespace Tervik {
 
 namespace {
 
+// A guard without a target stands for no module.
+LockedRadarInterfacePtr* module_of(LockedRadarInterfacePtr& radar_interface) {
+    return radar_interface.get() ? &radar_interface : nullptr;
+}
+
 Logger& module_logger(LockedRadarInterfacePtr& radar_interface) {
-    return radar_interface.get()->get_logger();
+    return radar_interface.get() ? radar_interface.get()->get_logger() : void_logger();
 }
 
 } // namespace
@@ -21,7 +26,7 @@ DataRecorder::DataRecorder() : d_ptr(new DataRecorderPrivate(this, nullptr, void
 DataRecorder::DataRecorder(Logger& logger) : d_ptr(new DataRecorderPrivate(this, nullptr, logger)) {}
 
 DataRecorder::DataRecorder(LockedRadarInterfacePtr& radar_interface)
-    : d_ptr(new DataRecorderPrivate(this, &radar_interface, module_logger(radar_interface))) {}
+    : d_ptr(new DataRecorderPrivate(this, module_of(radar_interface), module_logger(radar_interface))) {}
 
 DataRecorder::~DataRecorder() {
     delete d_ptr;

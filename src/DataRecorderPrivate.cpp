@@ -41,6 +41,9 @@ const uint32_t meta_reserved_word = 0xCDCDCDCD;
 const int meta_reserved_words = 7;
 const std::streamoff meta_state_offset = 16;
 const std::streamoff meta_next_offset = 41;
+// A batch of packets closes at this size, so that a burst doesn't hold up the thread behind one buffer.
+const size_t batch_bytes = 64 * 1024;
+const size_t max_spare_batches = 64;
 // How long a close waits for a free millisecond name before it keeps the ".writing" name.
 const int rename_attempts = 2000;
 
@@ -298,8 +301,8 @@ void DataRecorderPrivate::add_meta_data(MetaData* meta, SessionMetaData* session
     assert(!meta->session_id.empty());
     assert(!meta->directory.empty());
     if (!session_meta->data_types) {
-        assert(active_sessions.find(meta->session_id) == active_sessions.end() ||
-               active_sessions.find(meta->session_id)->second->about_to_be_destroyed);
+        // A dying session of the same id has left the map already.
+        assert(active_sessions.find(meta->session_id) == active_sessions.end());
         active_sessions[meta->session_id] = session_meta;
     }
     session_meta->data_types |= meta->data_type;
@@ -336,7 +339,7 @@ bool DataRecorderPrivate::schedule_meta_data_for_deletion(DataType data_type) {
     const bool about_to_be_destroyed = session_meta->about_to_be_destroyed;
     // Posted under the mutex, so that the stops of two threads reach the queue in the order they were
     // scheduled and a session's clean-up never overtakes that of one of its types.
-    thread->add([this, object, about_to_be_destroyed] {
+    post([this, object, about_to_be_destroyed] {
         process_scheduled_meta_data_for_deletion(object, about_to_be_destroyed);
     });
     return true;
@@ -399,8 +402,55 @@ MetaObject DataRecorderPrivate::meta_data_for_type(DataType data_type, bool incl
 bool DataRecorderPrivate::process(DataType data_type, const Bytes& data) {
     if (!is_recording(data_type))
         return false;
-    thread->add([this, data_type, data] { do_process(data_type, data); });
+    std::lock_guard<std::mutex> lock(batch_mutex);
+    if (!open_batch) {
+        open_batch = new_batch();
+        std::shared_ptr<PacketBatch> batch = open_batch;
+        thread->add([this, batch] { do_process_batch(batch); });
+    }
+    open_batch->bytes.insert(open_batch->bytes.end(), data.begin(), data.end());
+    open_batch->packets.emplace_back(data_type, data.size());
+    if (open_batch->bytes.size() >= batch_bytes)
+        open_batch.reset();
     return true;
+}
+
+// Under batch_mutex.
+std::shared_ptr<DataRecorderPrivate::PacketBatch> DataRecorderPrivate::new_batch() {
+    if (spare_batches.empty()) {
+        std::shared_ptr<PacketBatch> batch = std::make_shared<PacketBatch>();
+        batch->bytes.reserve(batch_bytes);
+        return batch;
+    }
+    std::shared_ptr<PacketBatch> batch = spare_batches.back();
+    spare_batches.pop_back();
+    return batch;
+}
+
+void DataRecorderPrivate::post(std::function<void()> task) {
+    std::lock_guard<std::mutex> lock(batch_mutex);
+    open_batch.reset();
+    thread->add(std::move(task));
+}
+
+void DataRecorderPrivate::do_process_batch(const std::shared_ptr<PacketBatch>& batch) {
+    {
+        // From here on, packets go into a batch of their own.
+        std::lock_guard<std::mutex> lock(batch_mutex);
+        if (open_batch == batch)
+            open_batch.reset();
+    }
+    Bytes::const_iterator next = batch->bytes.begin();
+    for (const std::pair<DataType, size_t>& entry : batch->packets) {
+        packet.assign(next, next + static_cast<std::ptrdiff_t>(entry.second));
+        next += static_cast<std::ptrdiff_t>(entry.second);
+        do_process(entry.first, packet);
+    }
+    batch->bytes.clear();
+    batch->packets.clear();
+    std::lock_guard<std::mutex> lock(batch_mutex);
+    if (spare_batches.size() < max_spare_batches)
+        spare_batches.push_back(batch);
 }
 
 // ---- the module ---------------------------------------------------------------------------------------
@@ -519,9 +569,8 @@ void DataRecorderPrivate::do_process(DataType data_type, const Bytes& data) {
     const MetaObject object = meta_data_for_type(data_type, true);
     MetaData* meta = object.first;
     SessionMetaData* session_meta = object.second;
-    const std::string name = data_type_to_string(data_type);
     if (!meta) {
-        log_error("WARNING: attempting to process bytes of type: '" + name +
+        log_error("WARNING: attempting to process bytes of type: '" + data_type_to_string(data_type) +
                   "' when no recording is active for that type");
         return;
     }
@@ -530,12 +579,13 @@ void DataRecorderPrivate::do_process(DataType data_type, const Bytes& data) {
     if (rate_limited(meta))
         return;
     if (!start_recording_meta(object)) {
-        log_error("WARNING: failed to start recording of meta for data type: " + name);
+        log_error("WARNING: failed to start recording of meta for data type: " +
+                  data_type_to_string(data_type));
         return;
     }
     if (!ensure_file_open(object)) {
         stop_recording_meta(object);
-        log_error("WARNING: failed to ensure file open for data type: " + name);
+        log_error("WARNING: failed to ensure file open for data type: " + data_type_to_string(data_type));
         return;
     }
     if (!session_meta->current_bytes_written.empty()) {
@@ -677,7 +727,7 @@ bool DataRecorderPrivate::write_file(const MetaObject& object, const Bytes& data
         return false;
     meta->last_write_time = steady_clock::now();
     meta->has_written = true;
-    write_bytes(meta->file, data);
+    meta->file.write(data);
     const uint32_t count = static_cast<uint32_t>(data.size());
     meta->file_size += count;
     session_meta->bytes_recorded += count;
@@ -703,8 +753,7 @@ bool DataRecorderPrivate::ensure_file_open(const MetaObject& object) {
     meta->filename = prefix + "_" + current_date_time_to_string() + writing_extension;
     log_info("open new file for data type:" + data_type_to_string(meta->data_type),
              "  |-- file: " + meta->filename);
-    meta->file.open(meta->filename, std::ios::out | std::ios::binary);
-    if (!meta->file.is_open()) {
+    if (!meta->file.open(meta->filename)) {
         log_error("failed to open file: " + meta->filename);
         meta->filename.clear();
         return false;
@@ -1134,7 +1183,7 @@ void DataRecorderPrivate::set_basename_for_data_type(DataType data_type, const s
         recording = enabled_data_types.find(data_type) != enabled_data_types.end();
     }
     if (recording)
-        thread->add([this, data_type] { close_file_deferred(data_type); });
+        post([this, data_type] { close_file_deferred(data_type); });
 }
 
 std::string DataRecorderPrivate::get_basename_for_data_type(DataType data_type) const {

@@ -8,6 +8,7 @@
 
 #include "AbstractMetaEntry.h"
 #include "Bytes.h"
+#include "DataFileStream.h"
 #include "DataPacketToDisk.h"
 #include "DataRecorder.h"
 #include "DataTypes.h"
@@ -40,7 +41,7 @@ struct MetaData {
     std::string directory;
     PreferredSplitSize file_split_size;
     Bytes user_header;
-    std::ofstream file;
+    DataFileStream file;
     // Full path of the open data file; empty between files.
     std::string filename;
     int64_t file_size = 0;
@@ -152,6 +153,15 @@ private:
     void fetch_from_module(SessionMetaData* session_meta);
 
     // --- one packet
+    // Packets queued one after the other share one task and one buffer; any other task closes the batch,
+    // so that packets and other work keep the order in which they were posted.
+    struct PacketBatch {
+        Bytes bytes;
+        std::vector<std::pair<DataType, size_t>> packets;
+    };
+    void post(std::function<void()> task);
+    void do_process_batch(const std::shared_ptr<PacketBatch>& batch);
+    std::shared_ptr<PacketBatch> new_batch();
     void do_process(DataType data_type, const Bytes& data);
     bool rate_limited(const MetaData* meta) const;
     void split_if_due(const MetaObject& object);
@@ -212,6 +222,14 @@ private:
     DataRecorder::MetaFileAvailableCallback meta_file_available_callback;
     std::map<DataType, std::string> basenames;
     Bytes radar_settings;
+
+    // Guards open_batch; taken after `mutex` where both are held.
+    std::mutex batch_mutex;
+    std::shared_ptr<PacketBatch> open_batch;
+    // Drained batches kept for reuse: a steady stream then touches no new memory.
+    std::vector<std::shared_ptr<PacketBatch>> spare_batches;
+    // One packet of a batch at a time, on the recorder's thread.
+    Bytes packet;
 
     std::shared_ptr<SubscriptionGate> gate;
     Active* thread;

@@ -77,8 +77,9 @@ TEST_F(DirectorySplit, ChainedMetaFilesReadBackAsOneStream) {
     for (uint32_t i = 0; i < records.size(); ++i) {
         EXPECT_EQ(Bytes(288, static_cast<unsigned char>(i + 1)),
                   Bytes(records[i].data.begin() + 12, records[i].data.end()));
-        if (i > 0)
+        if (i > 0) {
             EXPECT_GE(records[i].epoch, records[i - 1].epoch);
+        }
     }
     DataReader reader;
     ASSERT_EQ(0, reader.open(subs[0] + meta_name));

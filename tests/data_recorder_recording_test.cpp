@@ -252,6 +252,31 @@ TEST_F(Recording, BasenameChangeClosesTheFileAndTheNextPacketOpensOneOfTheNewNam
     EXPECT_EQ(2u, read_all(meta_filename()).size());
 }
 
+TEST_F(Recording, PacketsFromSeveralThreadsAllLandInTheirOrder) {
+    const DataType types[] = {FloatDataType, ByteDataType, BasebandIqDataType, PresenceSingleDataType};
+    ASSERT_EQ(0, recorder->start_recording(FloatDataType | ByteDataType | BasebandIqDataType |
+                                               PresenceSingleDataType,
+                                           scratch.path()));
+    std::vector<std::thread> producers;
+    for (DataType type : types) {
+        producers.emplace_back([this, type] {
+            for (uint32_t counter = 1; counter <= 300; ++counter)
+                recorder->process(type, sample_packet(type, counter));
+        });
+    }
+    for (std::thread& producer : producers)
+        producer.join();
+    finish();
+
+    for (DataType type : types) {
+        const std::vector<DataRecord> records = data_records(read_all(meta_filename(), type));
+        ASSERT_EQ(300u, records.size()) << data_type_to_string(type);
+        for (uint32_t i = 0; i < records.size(); ++i)
+            ASSERT_EQ(sample_packet(type, i + 1), formater_packet(records[i]))
+                << data_type_to_string(type) << i;
+    }
+}
+
 TEST_F(Recording, DataRateLimitKeepsOneRecordPerIntervalFromTheLastWrite) {
     RecordingOptions options;
     options.set_data_rate_limit(200);

@@ -1,70 +1,69 @@
 #include "RadarTestLink.h"
 
-#include "AbstractLoggerIo.h"
 #include "StdoutLogger.h"
+#include "TervikException.h"
 #include "UartIo.h"
-#include "UniqueLocked.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
-namespace {
-// Keeps lines in memory; the test reads them back through RadarTestLink.
-class KeptLines : public Tervik::AbstractLoggerIo {
-public:
-    explicit KeptLines(std::shared_ptr<RadarTestLink::Lines> lines) : lines(std::move(lines)) {}
-    void log(const std::string& line) override {
-        std::lock_guard<std::mutex> lock(lines->mutex);
-        lines->lines.push_back(line);
-    }
-
-private:
-    std::shared_ptr<RadarTestLink::Lines> lines;
-};
-} // namespace
-
-RadarTestLink::RadarTestLink()
-    : lines_(std::make_shared<Lines>()), logger_(new StdoutLogger(3, new KeptLines(lines_))) {
-    guard_.reset(new Tervik::LockedRadarInterfacePtr(make_radar(module.device_name()).release()));
+bool LogJournal::contains(const std::string& fragment) {
+    std::lock_guard<std::mutex> lock(mutex);
+    return std::any_of(lines.begin(), lines.end(),
+                       [&](const std::string& line) { return line.find(fragment) != std::string::npos; });
 }
 
-RadarTestLink::~RadarTestLink() {
-    guard_.reset();
+size_t LogJournal::count() {
+    std::lock_guard<std::mutex> lock(mutex);
+    return lines.size();
 }
 
-Tervik::RadarInterface& RadarTestLink::radar() {
-    return *guard_->get();
+void LogJournal::clear() {
+    std::lock_guard<std::mutex> lock(mutex);
+    lines.clear();
 }
 
-Tervik::LockedRadarInterfacePtr& RadarTestLink::guard() {
-    return *guard_;
+void JournalOutput::log(const std::string& line) {
+    std::lock_guard<std::mutex> lock(journal->mutex);
+    journal->lines.push_back(line);
 }
 
-std::unique_ptr<Tervik::RadarInterface> RadarTestLink::make_radar(const std::string& device_name) {
-    links_.emplace_back(new UartIo(*logger_, factory_));
-    return std::unique_ptr<Tervik::RadarInterface>(
-        new Tervik::RadarInterface(*links_.back(), device_name, factory_, *logger_));
-}
-
-bool RadarTestLink::logged(const std::string& fragment) const {
-    std::lock_guard<std::mutex> lock(lines_->mutex);
-    for (const std::string& line : lines_->lines)
-        if (line.find(fragment) != std::string::npos)
-            return true;
-    return false;
-}
-
-void RadarTestLink::clear_log() {
-    std::lock_guard<std::mutex> lock(lines_->mutex);
-    lines_->lines.clear();
-}
-
-bool RadarTestLink::wait_until(const std::function<bool()>& condition, double seconds) const {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+bool eventually(const std::function<bool()>& condition, double seconds) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
     while (!condition()) {
         if (std::chrono::steady_clock::now() >= deadline)
             return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
+}
+
+std::string outcome(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const Tervik::TervikException& e) {
+        return std::to_string(e.code) + " " + e.what();
+    } catch (const std::runtime_error& e) {
+        return std::string("runtime_error ") + e.what();
+    }
+    return "ok";
+}
+
+RadarTestLink::RadarTestLink()
+    : logger_(new StdoutLogger(3, new JournalOutput(journal))), io_(new UartIo(*logger_, factory_)),
+      radar_(new Tervik::RadarInterface(*io_, module.device_path(), factory_, *logger_)) {}
+
+RadarTestLink::~RadarTestLink() = default;
+
+void RadarTestLink::answer(const Bytes& prefix, const std::vector<Bytes>& replies) {
+    module.set_handler(prefix, [replies](const Bytes&) { return replies; });
+}
+
+std::vector<Bytes> RadarTestLink::commands(const Bytes& prefix) const {
+    std::vector<Bytes> matching;
+    for (const Bytes& command : module.received_commands())
+        if (command.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), command.begin()))
+            matching.push_back(command);
+    return matching;
 }

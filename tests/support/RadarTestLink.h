@@ -1,12 +1,15 @@
-// One RadarInterface on a scripted module over a real pseudo-terminal, with every log line kept for the test.
+// What the tests of RadarInterface and the device bridge share: a logger output that keeps its lines for the
+// test, a patient wait, and one RadarInterface on the module emulator over a real pseudo-terminal.
 #ifndef DEVICEBRIDGE_TESTS_RADARTESTLINK_H
 #define DEVICEBRIDGE_TESTS_RADARTESTLINK_H
 
+#include "AbstractLoggerIo.h"
 #include "ConcreteFactory.h"
-#include "LockedRadarInterfacePtr.h"
+#include "ModuleEmulator.h"
 #include "RadarInterface.h"
 #include "ScriptedModule.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -16,36 +19,55 @@
 class Logger;
 class UartIo;
 
+// The lines that one logger wrote; they outlive the logger and its output.
+struct LogJournal {
+    std::mutex mutex;
+    std::vector<std::string> lines;
+    std::atomic<bool> output_deleted{false};
+
+    bool contains(const std::string& fragment);
+    size_t count();
+    void clear();
+};
+
+class JournalOutput : public Tervik::AbstractLoggerIo {
+public:
+    explicit JournalOutput(std::shared_ptr<LogJournal> journal) : journal(std::move(journal)) {}
+    ~JournalOutput() override { journal->output_deleted = true; }
+    void log(const std::string& line) override;
+
+private:
+    std::shared_ptr<LogJournal> journal;
+};
+
+// Polls the condition until it holds or the time is up. The default is generous: sanitizer builds on a loaded
+// machine run many times slower, and a green run returns as soon as the condition holds.
+bool eventually(const std::function<bool()>& condition, double seconds = 10);
+
+// How a call ended: "ok", "<code> <text>" for a TervikException, "runtime_error <text>" for any other
+// standard runtime error.
+std::string outcome(const std::function<void()>& call);
+
 class RadarTestLink {
 public:
-    // Opens a RadarInterface on the module, guarded as a bridge would hold it.
     RadarTestLink();
     ~RadarTestLink();
 
-    ScriptedModule module;
+    ModuleEmulator module;
+    std::shared_ptr<LogJournal> journal = std::make_shared<LogJournal>();
 
-    Tervik::RadarInterface& radar();
-    Tervik::LockedRadarInterfacePtr& guard();
-    // A further interface on a link of its own, sharing the logger.
-    std::unique_ptr<Tervik::RadarInterface> make_radar(const std::string& device_name);
-
-    // True if a log line so far contains the fragment.
-    bool logged(const std::string& fragment) const;
-    void clear_log();
-    // Polls the condition until it holds or the time is up.
-    bool wait_until(const std::function<bool()>& condition, double seconds = 3) const;
-
-    struct Lines {
-        std::mutex mutex;
-        std::vector<std::string> lines;
-    };
+    Tervik::RadarInterface& radar() { return *radar_; }
+    bool logged(const std::string& fragment) { return journal->contains(fragment); }
+    // Every command that begins with the prefix is answered with these payloads instead of the firmware's.
+    void answer(const Bytes& prefix, const std::vector<Bytes>& replies);
+    // The commands received so far that begin with the prefix.
+    std::vector<Bytes> commands(const Bytes& prefix) const;
 
 private:
-    std::shared_ptr<Lines> lines_;
     std::unique_ptr<Logger> logger_;
     ConcreteFactory factory_;
-    std::vector<std::unique_ptr<UartIo>> links_;
-    std::unique_ptr<Tervik::LockedRadarInterfacePtr> guard_;
+    std::unique_ptr<UartIo> io_;
+    std::unique_ptr<Tervik::RadarInterface> radar_;
 };
 
 #endif

@@ -5,10 +5,10 @@
 #include "ModuleFirmware.h"
 #include "ModulePackets.h"
 #include "RadarInterface.h"
-#include "StdoutLogger.h"
 #include "TcpIpFactory.h"
 #include "TervikException.h"
 #include "UartIo.h"
+#include "link_log_capture.h"
 
 #include <gtest/gtest.h>
 
@@ -17,56 +17,35 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <thread>
 
 using namespace std::chrono;
+using link_test::eventually;
 using Tervik::TervikException;
 
 namespace {
 
-class DiscardedLines : public Tervik::AbstractLoggerIo {
-public:
-    void log(const std::string&) override {}
-};
-
 class EmulatorCommands : public ::testing::Test {
 protected:
     void SetUp() override { connect(ModuleEmulator::Transport::pty); }
-
+    void TearDown() override { connect_nothing(); }
     void connect(ModuleEmulator::Transport transport) {
-        radar.reset();
-        io.reset();
+        connect_nothing();
         emulator.reset(new ModuleEmulator(transport));
         // Fast streams keep the tests short.
         emulator->firmware().set_stream_rates(100.0, 100.0);
-        std::string name = emulator->device_path();
-        if (transport == ModuleEmulator::Transport::tcp) {
-            factory.reset(new TcpIpFactory(inet_addr("127.0.0.1"), htons(emulator->tcp_port())));
-            name = "tcp://127.0.0.1";
-        } else {
-            factory.reset(new ConcreteFactory);
-        }
-        io.reset(new UartIo(logger, *factory));
-        radar.reset(new Tervik::RadarInterface(*io, name, *factory, logger));
-        if (transport == ModuleEmulator::Transport::tcp)
-            ASSERT_TRUE(emulator->wait_for_connections(1, seconds(2)));
+        const bool tcp = transport == ModuleEmulator::Transport::tcp;
+        factory.reset(tcp ? static_cast<AbstractFactory*>(
+                                new TcpIpFactory(inet_addr("127.0.0.1"), htons(emulator->tcp_port())))
+                          : new ConcreteFactory);
+        io.reset(new UartIo(log.logger(), *factory));
+        radar.reset(new Tervik::RadarInterface(*io, tcp ? "tcp://127.0.0.1" : emulator->device_path(),
+                                               *factory, log.logger()));
+        ASSERT_TRUE(emulator->wait_for_connections(1, seconds(10)));
     }
-
-    void TearDown() override {
+    void connect_nothing() {
         radar.reset();
         io.reset();
         emulator.reset();
-    }
-
-    // Polls a counter until it reaches `count`.
-    static bool wait_for(const std::function<int()>& counter, int count, milliseconds timeout = seconds(3)) {
-        const auto deadline = steady_clock::now() + timeout;
-        while (counter() < count) {
-            if (steady_clock::now() > deadline)
-                return false;
-            std::this_thread::sleep_for(milliseconds(5));
-        }
-        return true;
     }
 
     // The code of the TervikException that the call throws, or -1.
@@ -78,8 +57,9 @@ protected:
         }
         return -1;
     }
-
-    StdoutLogger logger{0, new DiscardedLines};
+    link_test::LogCapture log{0};
+    // Counted by handlers on the dispatcher's thread, so it outlives the interface.
+    std::atomic<int> seen{0};
     std::unique_ptr<ModuleEmulator> emulator;
     std::unique_ptr<AbstractFactory> factory;
     std::unique_ptr<UartIo> io;
@@ -105,12 +85,10 @@ TEST_F(EmulatorCommands, PresenceProfileStreamsWhileRunningAndStopsOnIdle) {
     radar->load_profile(KMS_ID_APP_PRESENCE_2);
     EXPECT_EQ(radar->get_profileid(), static_cast<uint32_t>(KMS_ID_APP_PRESENCE_2));
     // Loaded, but not yet running.
-    std::this_thread::sleep_for(milliseconds(50));
-    EXPECT_EQ(radar->peek_message_presence_single(), 0);
-
+    EXPECT_FALSE(emulator->streaming(ModuleEmulator::StreamKind::presence_single));
     radar->set_sensor_mode_run();
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_presence_single(); }, 3));
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_presence_movinglist(); }, 1));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_presence_single() >= 3; }));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_presence_movinglist() >= 1; }));
     const Tervik::PresenceSingleData first = radar->read_message_presence_single();
     const Tervik::PresenceSingleData second = radar->read_message_presence_single();
     EXPECT_EQ(second.frame_counter, first.frame_counter + 1);
@@ -121,7 +99,6 @@ TEST_F(EmulatorCommands, PresenceProfileStreamsWhileRunningAndStopsOnIdle) {
     const Tervik::PresenceMovingListData list = radar->read_message_presence_movinglist();
     EXPECT_EQ(list.movement_slow_items.size(), 4u);
     EXPECT_EQ(list.detection_velocity_items.size(), 2u);
-
     radar->set_sensor_mode_idle();
     EXPECT_FALSE(emulator->streaming(ModuleEmulator::StreamKind::presence_single));
     radar->set_sensor_mode_run();
@@ -136,16 +113,15 @@ TEST_F(EmulatorCommands, PresenceProfileStreamsWhileRunningAndStopsOnIdle) {
 TEST_F(EmulatorCommands, RespirationAndSleepProfilesSendTheirReadings) {
     radar->load_respiration_profile();
     radar->set_sensor_mode_run();
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_respiration_legacy(); }, 1));
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_respiration_detectionlist(); }, 1));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_respiration_legacy() >= 1; }));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_respiration_detectionlist() >= 1; }));
     EXPECT_EQ(radar->read_message_respiration_legacy().respiration_rate, 15u);
     const Tervik::RespirationDetectionListData detections = radar->read_message_respiration_detectionlist();
     EXPECT_EQ(detections.detection_distance_items.size(), 1u);
-
     radar->load_sleep_profile();
     radar->set_sensor_mode_run();
     EXPECT_FALSE(emulator->streaming(ModuleEmulator::StreamKind::respiration_legacy));
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_respiration_sleep(); }, 1));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_respiration_sleep() >= 1; }));
     EXPECT_NEAR(radar->read_message_respiration_sleep().respiration_rate, 15.0f, 1.0f);
 }
 
@@ -173,7 +149,6 @@ TEST_F(EmulatorCommands, SettingsReadBackAsSet) {
     EXPECT_EQ(module_code([&] { radar->set_detection_zone(0.0f, 20.0f); }), KMS_SPRE_COMMAND_FAILED);
     EXPECT_EQ(module_code([&] { radar->set_detection_zone(3.0f, 2.0f); }), KMS_SPRE_COMMAND_FAILED);
     EXPECT_FLOAT_EQ(radar->get_detection_zone().end, 2.5f);
-
     radar->set_noisemap_control(KMID_NOISEMAP_CONTROL_ENABLE | KMID_NOISEMAP_CONTROL_INIT_ON_RESET);
     EXPECT_EQ(radar->get_noisemap_control(), 5u);
     radar->set_iopin_control(2, KMID_IOPIN_SETUP_OUTPUT, KMID_IOPIN_FEATURE_PASSIVE);
@@ -182,12 +157,10 @@ TEST_F(EmulatorCommands, SettingsReadBackAsSet) {
     EXPECT_EQ(radar->get_iopin_value(3), 0u);
     radar->set_baudrate(KMID_BAUDRATE_921600);
     EXPECT_EQ(emulator->firmware().state().baudrate, 921600u);
-
     radar->set_parameter_file("presence.par", "sensitivity=5\nzone=1.0,2.5");
     EXPECT_EQ(radar->get_parameter_file("presence.par"), "sensitivity=5\nzone=1.0,2.5");
     std::string text;
     EXPECT_NE(radar->get_parameter_file("missing.par", &text), 0);
-
     Bytes result;
     EXPECT_EQ(radar->system_run_test(KMS_SSTC_TEST_EXTFLASH, &result), 0);
     EXPECT_EQ(result, Bytes{KMS_SSTC_SUCCESS});
@@ -197,20 +170,19 @@ TEST_F(EmulatorCommands, SettingsReadBackAsSet) {
 TEST_F(EmulatorCommands, OutputsStreamFramesOfTheConfiguredBinCount) {
     emulator->set_stream_bins(37);
     radar->enable_baseband_iq();
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_baseband_iq(); }, 1));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_baseband_iq() >= 1; }));
     const Tervik::BasebandIqData iq = radar->read_message_baseband_iq();
     EXPECT_EQ(iq.num_bins, 37u);
     EXPECT_EQ(iq.i_data.size(), 37u);
     EXPECT_EQ(iq.q_data.size(), 37u);
     radar->disable_baseband_iq();
     EXPECT_FALSE(emulator->streaming(ModuleEmulator::StreamKind::baseband_iq));
-
     radar->enable_baseband_ap();
     radar->set_output_control(KMS_SACR_OUTPUT_PULSE_DOPPLER, KMS_PULSEDOPPLER_AS_FLOAT);
     radar->set_output_control(ID_NOISEMAP, KMS_PULSEDOPPLER_AS_BYTE);
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_baseband_ap(); }, 1));
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_pulsedoppler_float(); }, 1));
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_noisemap_byte(); }, 1));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_baseband_ap() >= 1; }));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_pulsedoppler_float() >= 1; }));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_noisemap_byte() >= 1; }));
     EXPECT_EQ(radar->read_message_baseband_ap().phase.size(), 37u);
     const Tervik::PulseDopplerFloatData doppler = radar->read_message_pulsedoppler_float();
     EXPECT_EQ(doppler.frequency_count, 37u);
@@ -242,7 +214,6 @@ TEST_F(EmulatorCommands, ChipDriverAndOlderGenerationKeepWhatIsWritten) {
     EXPECT_EQ(radar->g7driver_get_spi_register(0x12), 5);
     EXPECT_EQ(radar->set_g7_io_pin_value(3, 1), 0);
     EXPECT_EQ(radar->get_g7_io_pin_value(3), 1);
-
     EXPECT_EQ(radar->set_G5_int(4, 77), 0);
     EXPECT_EQ(radar->get_g5_int(4), 77u);
     EXPECT_EQ(radar->set_G5_float(4, 2.5f), 0);
@@ -280,7 +251,6 @@ TEST_F(EmulatorCommands, FilesGoInAndOutInChunks) {
     EXPECT_THROW(radar->set_file_data(9, 1, 0, {2}), std::runtime_error);
     EXPECT_THROW(radar->get_file_data(9, 1, 2, 1), std::runtime_error);
     EXPECT_THROW(radar->create_file(1, 1, 0xFFFFFFFF), std::runtime_error);
-
     radar->delete_file(9, 1);
     EXPECT_NE(radar->open_file_no_throw(9, 1), 0);
     radar->format_filesystem(0);
@@ -291,8 +261,8 @@ TEST_F(EmulatorCommands, DataMessagesReachTheirQueues) {
     emulator->send(ModuleEmulator::WireForm::frame, emulator_packets::data_string(7, 8, "hello"));
     emulator->send(ModuleEmulator::WireForm::frame, emulator_packets::data_byte(1, 2, {9, 8, 7}));
     emulator->send(ModuleEmulator::WireForm::frame, emulator_packets::data_float(3, 4, {1.5f, -2.0f}));
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_data_float(); }, 1));
-    ASSERT_TRUE(wait_for([&] { return radar->peek_message_data_string(); }, 1));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_data_float() >= 1; }));
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_data_string() >= 1; }));
     uint32_t content = 0, info = 0;
     std::string text;
     EXPECT_EQ(radar->read_message_data_string(&content, &info, &text), 0);
@@ -305,34 +275,25 @@ TEST_F(EmulatorCommands, DataMessagesReachTheirQueues) {
     EXPECT_EQ(floats.data, (std::vector<float>{1.5f, -2.0f}));
 }
 
-// A module reset drops the profile and the streams; the host reconnects after 3 s and its callback
-// subscription lives on.
-TEST_F(EmulatorCommands, ModuleResetDropsStateAndTheHostReconnectsSlow) {
-    std::atomic<int> seen{0};
-    radar->subscribe("watcher", {KMS_SPR_APPDATA}, [&](Bytes) {
-        ++seen;
-        return true;
-    });
+// A module reset drops the profile and the streams; the host reconnects after 3 s as a new TCP client, and
+// its callback subscription lives on. (Over a pseudo-terminal the interface's own tests reset the emulator.)
+TEST_F(EmulatorCommands, ModuleResetOverTcpDropsStateAndTakesTheNewClientSlow) {
+    connect(ModuleEmulator::Transport::tcp);
+    radar->subscribe("watcher", {KMS_SPR_APPDATA}, [&](Bytes) { return ++seen, true; });
+    radar->set_detection_zone(1.0f, 2.0f);
     ASSERT_TRUE(emulator->firmware().run_profile(KMS_ID_APP_PRESENCE));
-    ASSERT_TRUE(wait_for([&] { return seen.load(); }, 1));
+    ASSERT_TRUE(eventually([&] { return seen >= 1; }));
     radar->reset();
+    EXPECT_TRUE(emulator->wait_for_connections(2, seconds(10)));
     EXPECT_EQ(emulator->firmware().state().resets, 1u);
     EXPECT_EQ(radar->get_profileid(), 0u);
-    EXPECT_EQ(radar->ping(), KMS_DEF_PONGVAL_READY);
+    EXPECT_FLOAT_EQ(radar->get_detection_zone().start, 0.5f);
+    EXPECT_EQ(radar->get_system_info(KMID_SSIC_FIRMWAREID), "G7N420");
     radar->load_profile(KMS_ID_APP_PRESENCE);
     radar->set_sensor_mode_run();
     const int before = seen;
-    EXPECT_TRUE(wait_for([&] { return seen.load(); }, before + 2));
-}
-
-TEST_F(EmulatorCommands, ModuleResetOverTcpTakesTheNewClientSlow) {
-    connect(ModuleEmulator::Transport::tcp);
-    radar->set_detection_zone(1.0f, 2.0f);
-    radar->reset();
-    // The host's connect completes in the listen backlog, before the emulator has accepted it.
-    EXPECT_TRUE(emulator->wait_for_connections(2, seconds(2)));
-    EXPECT_FLOAT_EQ(radar->get_detection_zone().start, 0.5f);
-    EXPECT_EQ(radar->get_system_info(KMID_SSIC_FIRMWAREID), "G7N420");
+    EXPECT_TRUE(eventually([&] { return seen >= before + 2; }));
+    connect_nothing();
 }
 
 } // namespace

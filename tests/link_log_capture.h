@@ -1,4 +1,5 @@
-// A real StdoutLogger whose lines land in memory, so that the link tests can check the texts.
+// A real StdoutLogger whose lines land in memory, so that tests can check the texts, and a wait for a
+// condition.
 #ifndef DEVICEBRIDGE_TESTS_LINK_LOG_CAPTURE_H
 #define DEVICEBRIDGE_TESTS_LINK_LOG_CAPTURE_H
 
@@ -14,11 +15,20 @@
 
 namespace link_test {
 
+// Returns as soon as the condition holds; false only after the whole wait, which is generous because the
+// sanitizer builds run many times slower on a loaded machine.
+template <typename Condition> bool eventually(Condition condition, int milliseconds = 10000) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    while (!condition() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return condition();
+}
+
 class LogCapture {
 public:
     explicit LogCapture(int level = -1)
         : lines_(std::make_shared<Lines>()), logger_(level, new Sink(lines_)) {}
-
     Logger& logger() { return logger_; }
 
     // Lines that contain the text.
@@ -29,27 +39,8 @@ public:
                           [&](const std::string& line) { return line.find(text) != std::string::npos; }));
     }
     bool contains(const std::string& text) const { return count(text) > 0; }
-
-    // Waits until some line contains the text, at most the given time.
-    bool wait_for(const std::string& text, int milliseconds = 3000) const {
-        for (int waited = 0; waited < milliseconds; waited += 5) {
-            if (contains(text)) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return contains(text);
-    }
-
-    // The text of every line, after the time stamp.
-    std::vector<std::string> texts() const {
-        std::lock_guard<std::mutex> lock(lines_->mutex);
-        std::vector<std::string> result;
-        for (const std::string& line : lines_->lines) {
-            const size_t separator = line.find(" : ");
-            result.push_back(separator == std::string::npos ? line : line.substr(separator + 3));
-        }
-        return result;
+    bool wait_for(const std::string& text, int milliseconds = 10000) const {
+        return eventually([&] { return contains(text); }, milliseconds);
     }
 
 private:
@@ -57,7 +48,6 @@ private:
         std::mutex mutex;
         std::vector<std::string> lines;
     };
-
     class Sink : public Tervik::AbstractLoggerIo {
     public:
         explicit Sink(std::shared_ptr<Lines> lines) : lines_(std::move(lines)) {}
@@ -65,11 +55,9 @@ private:
             std::lock_guard<std::mutex> lock(lines_->mutex);
             lines_->lines.push_back(line);
         }
-
     private:
         std::shared_ptr<Lines> lines_;
     };
-
     std::shared_ptr<Lines> lines_;
     StdoutLogger logger_;
 };

@@ -1,6 +1,9 @@
-// Transports, the byte link and its factories over real pseudo-terminals and loopback sockets.
+// Transports, the byte link and its factories over the emulator's pseudo-terminal and loopback sockets.
 #include "ConcreteFactory.h"
 #include "LinuxModuleIo.h"
+#include "ModuleEmulator.h"
+#include "ModulePackets.h"
+#include "RadarCommunicator.h"
 #include "TcpIpFactory.h"
 #include "TcpIpModuleIo.h"
 #include "UartIo.h"
@@ -9,90 +12,96 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 
 using namespace link_test;
+using Transport = ModuleEmulator::Transport;
 
 namespace {
 
-// Waits until the predicate holds, at most three seconds.
-template <typename Predicate> bool eventually(Predicate predicate) {
-    for (int waited = 0; waited < 3000 && !predicate(); waited += 2) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+// Packets a link's callback delivered, from the reader's thread.
+class Packets {
+public:
+    std::function<void(Bytes)> callback() {
+        return [this](Bytes packet) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            packets_.push_back(packet);
+        };
     }
-    return predicate();
-}
+    std::vector<Bytes> taken() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return packets_;
+    }
+    bool wait(size_t count) {
+        return eventually([&] { return taken().size() >= count; });
+    }
 
-// A port on loopback where nobody listens.
-in_port_t closed_port() {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    struct sockaddr_in address;
-    std::memset(&address, 0, sizeof(address));
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    bind(fd, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-    close(fd);
-    return address.sin_port;
-}
+private:
+    std::mutex mutex_;
+    std::vector<Bytes> packets_;
+};
 
 } // namespace
 
-TEST(SerialTransport, MissingDeviceReportsTheSystemError) {
+// Through the whole stack: the transport reports the system error, the link stays down and quiet, and a
+// command runs into its time-out rather than hanging or crashing.
+TEST(OpenFailure, MissingDeviceIsReportedAndLeavesTheLinkDown) {
     LogCapture log;
+    ConcreteFactory factory;
+    UartIo io(log.logger(), factory);
     {
-        LinuxModuleIo io(log.logger());
-        EXPECT_EQ(-1, io.open("/nonexistent/ttyUSB9"));
+        RadarCommunicator communicator(io, factory, log.logger());
+        EXPECT_EQ(-1, communicator.open("/nonexistent/ttyUSB9"));
+        EXPECT_FALSE(io.is_ready());
+        EXPECT_NO_THROW(io.write(Bytes{1, 2, 3}));
+        EXPECT_NO_THROW(io.set_baudrate(115200));
+        try {
+            communicator.send(0, frame(ping_payload()), Bytes{0x01});
+            ADD_FAILURE() << "a command on a link that never opened returned";
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ("Timeout waiting for response\n", error.what());
+        }
     }
-    const std::vector<std::string> texts = log.texts();
-    const auto error = std::find_if(texts.begin(), texts.end(), [](const std::string& text) {
-        return text.find(" -- Error opening file: /nonexistent/ttyUSB9\n") != std::string::npos;
-    });
-    ASSERT_NE(texts.end(), error);
-    EXPECT_EQ(0u, error->find("open: "));
-    EXPECT_NE(std::string::npos, error->find("\nsystem error: " + std::string(std::strerror(ENOENT)) + "\n"));
+    EXPECT_EQ(1, log.count("module_io::open returned error"));
+    EXPECT_TRUE(log.contains("creating LinuxModuleIo"));
     EXPECT_TRUE(log.contains("LinuxModuleIo::open /nonexistent/ttyUSB9 -- begin"));
+    EXPECT_TRUE(log.contains(" : open: "));
+    EXPECT_TRUE(log.contains(" -- Error opening file: /nonexistent/ttyUSB9\nsystem error: " +
+                             std::string(std::strerror(ENOENT)) + "\n"));
     EXPECT_TRUE(log.contains("Closing: /nonexistent/ttyUSB9"));
 }
 
-TEST(SerialTransport, BaudRatesOutsideTheMapAreRefused) {
-    std::unique_ptr<Peer> peer(Peer::pseudo_terminal());
+TEST(SerialTransport, RefusesBaudRatesOutsideTheMapAndReadsAQuietLineBriefly) {
+    ModuleEmulator emulator(Transport::pty);
     LogCapture log;
     LinuxModuleIo io(log.logger());
-    ASSERT_EQ(0, io.open(peer->device()));
+    ASSERT_EQ(0, io.open(emulator.device_path()));
     EXPECT_NO_THROW(io.set_baudrate(4000000));
     EXPECT_NO_THROW(io.set_baudrate(9600));
     try {
         io.set_baudrate(57600);
-        FAIL() << "57600 was accepted";
+        ADD_FAILURE() << "57600 was accepted";
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ("illagal baudrate", error.what());
     }
     EXPECT_THROW(baudrate_map(0), std::runtime_error);
     EXPECT_EQ(static_cast<speed_t>(B921600), baudrate_map(921600));
-}
 
-TEST(SerialTransport, QuietLineReadsNothingWithinAShortPoll) {
-    std::unique_ptr<Peer> peer(Peer::pseudo_terminal());
-    LogCapture log;
-    LinuxModuleIo io(log.logger());
-    ASSERT_EQ(0, io.open(peer->device()));
+    // The time-out argument is not the poll's: a quiet line answers long before it.
     unsigned char buffer[16];
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(0, io.read(buffer, sizeof(buffer), 5000));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000));
-
-    peer->write_raw(Bytes{1, 2, 3});
-    int count = 0;
-    for (int attempt = 0; attempt < 300 && count == 0; ++attempt) {
-        count = io.read(buffer, sizeof(buffer), 0);
-    }
-    EXPECT_EQ(3, count);
-    EXPECT_EQ(0, std::memcmp(buffer, "\x01\x02\x03", 3));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(4000));
+    emulator.send_raw(Bytes{1, 2, 3});
+    Bytes got;
+    EXPECT_TRUE(eventually([&] {
+        const int count = io.read(buffer, sizeof(buffer), 0);
+        got.insert(got.end(), buffer, buffer + std::max(count, 0));
+        return got.size() >= 3;
+    }));
+    EXPECT_EQ((Bytes{1, 2, 3}), got);
 }
 
 TEST(TcpTransport, LabelShowsThePortInHostOrder) {
@@ -102,86 +111,62 @@ TEST(TcpTransport, LabelShowsThePortInHostOrder) {
 
 TEST(TcpTransport, RefusedConnectionReportsAddressAndSystemError) {
     LogCapture log;
-    const in_port_t port = closed_port();
+    in_port_t port = 0;
+    {
+        ModuleEmulator gone(Transport::tcp);
+        port = htons(gone.tcp_port());
+    }
     TcpIpModuleIo io(htonl(INADDR_LOOPBACK), port, log.logger());
     EXPECT_EQ(-1, io.open("anything"));
-    const std::string expected = " -- error connecting to addr " +
-                                 TcpIpModuleIo::label(htonl(INADDR_LOOPBACK), port) +
-                                 "\nsystem error: " + std::strerror(ECONNREFUSED) + "\n";
-    EXPECT_TRUE(log.contains(expected));
+    EXPECT_TRUE(log.contains(" -- error connecting to addr " +
+                             TcpIpModuleIo::label(htonl(INADDR_LOOPBACK), port) +
+                             "\nsystem error: " + std::strerror(ECONNREFUSED) + "\n"));
     EXPECT_NO_THROW(io.set_baudrate(57600));
 }
 
-class ByteLink : public ::testing::TestWithParam<bool> {
+class ByteLink : public ::testing::TestWithParam<Transport> {
 protected:
-    void SetUp() override {
-        peer_.reset(GetParam() ? Peer::tcp() : Peer::pseudo_terminal());
-        factory_.reset(GetParam()
-                           ? static_cast<AbstractFactory*>(new TcpIpFactory(peer_->address(), peer_->port()))
-                           : new ConcreteFactory());
+    bool tcp() const { return GetParam() == Transport::tcp; }
+    std::string device() const { return tcp() ? "tcp://127.0.0.1" : emulator.device_path(); }
+    // A TCP connect returns before the emulator takes the client in, and what it sends before is lost.
+    bool taken_in(unsigned tcp_connections) const {
+        return emulator.wait_for_connections(tcp() ? tcp_connections : 1, std::chrono::seconds(10));
     }
-
-    std::string device() const { return GetParam() ? "tcp://peer" : peer_->device(); }
-
-    std::unique_ptr<Peer> peer_;
-    std::unique_ptr<AbstractFactory> factory_;
-    LogCapture log_;
+    ModuleEmulator emulator{GetParam()};
+    std::unique_ptr<AbstractFactory> factory{tcp() ? static_cast<AbstractFactory*>(new TcpIpFactory(
+                                                         htonl(INADDR_LOOPBACK), htons(emulator.tcp_port())))
+                                                   : new ConcreteFactory()};
+    LogCapture log;
+    UartIo io{log.logger(), *factory};
 };
 
-TEST_P(ByteLink, PacketsArriveWholeAndFramesLeave) {
-    std::mutex mutex;
-    std::vector<Bytes> packets;
-    peer_->set_responder([](const Bytes& command) { return frame(concat(Bytes{0x10}, command)); });
-    UartIo io(log_.logger(), *factory_);
+// Flag bytes cross escaped both ways; a second open replaces the whole link, so the first callback hears
+// nothing; after close nothing leaves, which the order of commands at the module proves.
+TEST_P(ByteLink, PacketsArriveWholeFramesLeaveAndReopenReplacesTheLink) {
+    Packets stale, packets, reopened;
     EXPECT_FALSE(io.is_ready());
-    ASSERT_EQ(0, io.open(device(), [&](Bytes packet) {
-        std::lock_guard<std::mutex> lock(mutex);
-        packets.push_back(packet);
-    }));
+    ASSERT_EQ(0, io.open(device(), stale.callback()));
+    ASSERT_EQ(0, io.open(device(), packets.callback()));
     EXPECT_TRUE(io.is_ready());
-    io.write(frame(Bytes{0x7D, 0x02}));
-    io.write(frame(Bytes{0x03}));
-    ASSERT_TRUE(eventually([&] {
-        std::lock_guard<std::mutex> lock(mutex);
-        return packets.size() == 2;
-    }));
-    EXPECT_EQ((Bytes{0x10, 0x7D, 0x02}), packets[0]);
-    EXPECT_EQ((Bytes{0x10, 0x03}), packets[1]);
+    ASSERT_TRUE(taken_in(2));
+    const Bytes flags{0x50, 0x7D, 0x7E, 0x7F};
+    const Bytes command{0x33, 0x7D, 0x7E, 0x7F};
+    emulator.send(ModuleEmulator::WireForm::frame, flags);
+    io.write(frame(command));
+    ASSERT_TRUE(packets.wait(2));
+    EXPECT_EQ((std::vector<Bytes>{flags, emulator_packets::error(KMS_SPRE_NOT_RECOGNIZED)}), packets.taken());
+    EXPECT_TRUE(stale.taken().empty());
     io.close();
     EXPECT_FALSE(io.is_ready());
     io.write(frame(Bytes{0x04}));
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(2, peer_->commands());
+    ASSERT_EQ(0, io.open(device(), reopened.callback()));
+    io.write(frame(ping_payload()));
+    ASSERT_TRUE(reopened.wait(1));
+    EXPECT_EQ(emulator_packets::pong(KMS_DEF_PONGVAL_READY), reopened.taken()[0]);
+    EXPECT_EQ((std::vector<Bytes>{command, ping_payload()}), emulator.received_commands());
 }
 
-INSTANTIATE_TEST_SUITE_P(SerialAndTcp, ByteLink, ::testing::Values(false, true),
-                         [](const ::testing::TestParamInfo<bool>& info) {
-                             return info.param ? "Tcp" : "Serial";
+INSTANTIATE_TEST_SUITE_P(SerialAndTcp, ByteLink, ::testing::Values(Transport::pty, Transport::tcp),
+                         [](const ::testing::TestParamInfo<Transport>& info) {
+                             return info.param == Transport::tcp ? "Tcp" : "Serial";
                          });
-
-TEST(ByteLinkSerial, ReopenReplacesTheWholeLink) {
-    std::unique_ptr<Peer> peer(Peer::pseudo_terminal());
-    LogCapture log;
-    ConcreteFactory factory;
-    std::atomic<int> packets{0};
-    UartIo io(log.logger(), factory);
-    ASSERT_EQ(0, io.open(peer->device(), [&](Bytes) { ++packets; }));
-    ASSERT_EQ(0, io.open(peer->device(), [&](Bytes) { ++packets; }));
-    peer->write_raw(frame(Bytes{0x42}));
-    EXPECT_TRUE(eventually([&] { return packets == 1; }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(1, packets);
-}
-
-TEST(ByteLinkFailure, FailedOpenLeavesTheLinkNotReadyAndSilent) {
-    LogCapture log;
-    ConcreteFactory factory;
-    UartIo io(log.logger(), factory);
-    bool called = false;
-    EXPECT_EQ(-1, io.open("/nonexistent/ttyACM7", [&](Bytes) { called = true; }));
-    EXPECT_FALSE(io.is_ready());
-    EXPECT_NO_THROW(io.write(Bytes{1, 2, 3}));
-    EXPECT_NO_THROW(io.set_baudrate(115200));
-    EXPECT_FALSE(called);
-    EXPECT_TRUE(log.contains("creating LinuxModuleIo"));
-}

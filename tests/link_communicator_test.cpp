@@ -28,15 +28,6 @@ namespace {
 const Bytes pong_comparator{0x01};
 const Bytes ready_pong = emulator_packets::pong(KMS_DEF_PONGVAL_READY);
 
-std::string failure_of(std::function<void()> call) {
-    try {
-        call();
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "";
-}
-
 // One open link to the emulator, serial or TCP, and the communicator on it.
 class Link {
 public:

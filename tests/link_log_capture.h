@@ -9,6 +9,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,6 +24,16 @@ template <typename Condition> bool eventually(Condition condition, int milliseco
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return condition();
+}
+
+// The text of the runtime_error that the call throws; empty if it returns.
+template <typename Call> std::string failure_of(Call call) {
+    try {
+        call();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "";
 }
 
 class LogCapture {
@@ -55,6 +66,7 @@ private:
             std::lock_guard<std::mutex> lock(lines_->mutex);
             lines_->lines.push_back(line);
         }
+
     private:
         std::shared_ptr<Lines> lines_;
     };

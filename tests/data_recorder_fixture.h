@@ -5,69 +5,45 @@
 
 #include "DataReader.h"
 #include "DataRecorder.h"
+#include "RadarTestLink.h"
 #include "RecordingWriter.h"
+#include "SamplePackets.h"
 #include "link_log_capture.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <dirent.h>
-#include <fstream>
-#include <iterator>
+#include <chrono>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
-#include <sys/stat.h>
+#include <thread>
 #include <vector>
 
 namespace recorder_test {
 
-inline bool is_directory(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
+using std::filesystem::exists;
 
-inline bool exists(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0;
-}
-
-// Names in a directory, sorted, without "." and "..".
-inline std::vector<std::string> entries(const std::string& directory) {
-    std::vector<std::string> names;
-    if (DIR* dir = opendir(directory.c_str())) {
-        while (dirent* entry = readdir(dir)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..")
-                names.push_back(name);
-        }
-        closedir(dir);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-// Paths of the entries whose names contain `fragment`.
-inline std::vector<std::string> find(const std::string& directory, const std::string& fragment) {
+// Paths of the entries of a directory whose names contain `fragment`, sorted; none if it can't be read.
+inline std::vector<std::string> find(const std::string& directory, const std::string& fragment = "") {
     std::vector<std::string> paths;
-    for (const std::string& name : entries(directory)) {
-        if (name.find(fragment) != std::string::npos)
-            paths.push_back(directory + "/" + name);
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
+        if (entry.path().filename().string().find(fragment) != std::string::npos)
+            paths.push_back(entry.path().string());
     }
+    std::sort(paths.begin(), paths.end());
     return paths;
-}
-
-inline Bytes file_bytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
-inline std::string file_text(const std::string& path) {
-    const Bytes bytes = file_bytes(path);
-    return std::string(bytes.begin(), bytes.end());
 }
 
 inline std::string text(const Bytes& bytes) {
     return std::string(bytes.begin(), bytes.end());
+}
+
+// A byte data packet whose record is 300 bytes, all but its head the counter.
+inline Bytes record_of_300(uint32_t counter) {
+    return SamplePackets::data(0x10, counter, 0, Bytes(288, static_cast<unsigned char>(counter)));
 }
 
 // Every record of the recording behind the meta file, chain included; empty if it doesn't open.
@@ -77,12 +53,8 @@ inline std::vector<Tervik::DataRecord> read_all(const std::string& meta_filename
     Tervik::DataReader reader;
     if (reader.set_filter(filter) != 0 || reader.open(meta_filename) != 0)
         return records;
-    while (!reader.at_end()) {
-        Tervik::DataRecord record = reader.read_record();
-        if (!record.is_valid)
-            break;
+    for (Tervik::DataRecord record; !reader.at_end() && (record = reader.read_record()).is_valid;)
         records.push_back(record);
-    }
     return records;
 }
 
@@ -90,24 +62,29 @@ inline std::vector<Tervik::DataRecord> read_all(const std::string& meta_filename
 inline std::vector<Tervik::DataRecord> data_records(const std::vector<Tervik::DataRecord>& records) {
     std::vector<Tervik::DataRecord> data;
     for (const Tervik::DataRecord& record : records) {
-        const bool header_line = record.data.size() >= 9 && text(record.data).compare(0, 9, "TimeStamp") == 0;
-        if (!record.is_user_header && !header_line)
+        if (!record.is_user_header && text(record.data).compare(0, 9, "TimeStamp") != 0)
             data.push_back(record);
     }
     return data;
 }
 
-// The fields of a text record, timestamp first, the line end dropped.
-inline std::vector<std::string> fields(const Bytes& record) {
-    std::vector<std::string> result;
-    std::string line = text(record);
-    if (!line.empty() && line.back() == '\n')
-        line.pop_back();
-    size_t start = 0;
-    for (size_t end; (end = line.find(';', start)) != std::string::npos; start = end + 1)
-        result.push_back(line.substr(start, end - start));
-    result.push_back(line.substr(start));
-    return result;
+// The counter of a text record: the field after its time stamp.
+inline long counter_of(const Bytes& record) {
+    const std::string line = text(record);
+    return std::stol(line.substr(line.find(';') + 1));
+}
+
+// Options with the session id and byte counts to split files and directories at (-1: no split).
+inline Tervik::RecordingOptions options(const std::string& session_id, int64_t file_bytes = -1,
+                                        int64_t directory_bytes = -1) {
+    Tervik::RecordingOptions options;
+    options.set_session_id(session_id);
+    Tervik::PreferredSplitSize file_split, directory_split;
+    file_split.set_byte_count(file_bytes);
+    directory_split.set_byte_count(directory_bytes);
+    options.set_file_split_size(file_split);
+    options.set_directory_split_size(directory_split);
+    return options;
 }
 
 class RecorderTest : public ::testing::Test {
@@ -126,10 +103,10 @@ protected:
 
     std::string meta_filename() const { return session_directory() + "/tervik_recording_meta.dat"; }
 
-    Tervik::RecordingOptions options_with_id(const std::string& session_id) const {
-        Tervik::RecordingOptions options;
-        options.set_session_id(session_id);
-        return options;
+    // Hands the recorder the sample packets of the type with these counters.
+    void process(Tervik::DataType type, uint32_t first, uint32_t last) {
+        for (uint32_t counter = first; counter <= last; ++counter)
+            recorder->process(type, SamplePackets::sample_packet(type, counter));
     }
 
     ScratchDirectory scratch;

@@ -3,15 +3,12 @@
 #include "data_recorder_fixture.h"
 
 #include "DataRecorderPrivate.h"
-#include "SamplePackets.h"
 
 #include <atomic>
-#include <chrono>
 #include <csignal>
 #include <ctime>
 #include <poll.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 using namespace Tervik;
@@ -21,40 +18,20 @@ namespace {
 
 const char* const meta_name = "/tervik_recording_meta.dat";
 
-// A byte data packet whose record is 300 bytes, each byte the counter.
-Bytes record_of_300(uint32_t counter) {
-    return SamplePackets::byte_data_packet(counter, 0, Bytes(288, static_cast<unsigned char>(counter)));
-}
-
-RecordingOptions split_options(int64_t directory_bytes, int64_t file_bytes = -1) {
-    RecordingOptions options;
-    options.set_session_id("split");
-    PreferredSplitSize directory_split;
-    directory_split.set_byte_count(directory_bytes);
-    options.set_directory_split_size(directory_split);
-    PreferredSplitSize file_split;
-    file_split.set_byte_count(file_bytes);
-    options.set_file_split_size(file_split);
-    return options;
-}
-
 class DirectorySplit : public RecorderTest {
 protected:
-    void record(uint32_t count) {
-        ASSERT_EQ(0, recorder->subscribe_to_meta_file_available(
+    // Records of 300 bytes into directories split at 1000 bytes: four records each.
+    std::vector<std::string> record(uint32_t count) {
+        EXPECT_EQ(0, recorder->subscribe_to_meta_file_available(
                          [this](const std::string& id, const std::string& name) {
                              EXPECT_EQ("split", id);
-                             // What a reader sees at the moment of the announcement.
                              announced.push_back(name);
                              readable_at_announcement.push_back(read_all(name).size());
                          }));
-        ASSERT_EQ(0, recorder->start_recording(ByteDataType, scratch.path(), split_options(1000)));
+        EXPECT_EQ(0, recorder->start_recording(ByteDataType, scratch.path(), options("split", -1, 1000)));
         for (uint32_t counter = 1; counter <= count; ++counter)
             recorder->process(ByteDataType, record_of_300(counter));
         finish();
-    }
-
-    std::vector<std::string> sub_directories() const {
         return find(session_directory(), "tervik_recording_");
     }
 
@@ -62,24 +39,20 @@ protected:
     std::vector<size_t> readable_at_announcement;
 };
 
-TEST_F(DirectorySplit, ChainedMetaFilesReadBackAsOneStream) {
-    record(10);
-
-    const std::vector<std::string> subs = sub_directories();
+TEST_F(DirectorySplit, ChainedMetaFilesReadBackAsOneStreamAndAreAnnouncedOnceLinked) {
+    const std::vector<std::string> subs = record(10);
     ASSERT_EQ(3u, subs.size());
     for (size_t i = 0; i < subs.size(); ++i)
         EXPECT_EQ("_" + std::to_string(i), subs[i].substr(subs[i].size() - 2));
     // Only the parameter file would stay in the session directory; without a module there is none.
-    EXPECT_EQ(subs.size(), entries(session_directory()).size());
+    EXPECT_EQ(subs.size(), find(session_directory()).size());
 
     const std::vector<DataRecord> records = read_all(subs[0] + meta_name);
     ASSERT_EQ(10u, records.size());
     for (uint32_t i = 0; i < records.size(); ++i) {
         EXPECT_EQ(Bytes(288, static_cast<unsigned char>(i + 1)),
                   Bytes(records[i].data.begin() + 12, records[i].data.end()));
-        if (i > 0) {
-            EXPECT_GE(records[i].epoch, records[i - 1].epoch);
-        }
+        EXPECT_GE(records[i].epoch, records[i > 0 ? i - 1 : 0].epoch);
     }
     DataReader reader;
     ASSERT_EQ(0, reader.open(subs[0] + meta_name));
@@ -89,15 +62,9 @@ TEST_F(DirectorySplit, ChainedMetaFilesReadBackAsOneStream) {
     const std::vector<DataRecord> from_middle = read_all(subs[1] + meta_name);
     ASSERT_EQ(6u, from_middle.size());
     EXPECT_EQ(5, from_middle[0].data[0]);
-}
 
-TEST_F(DirectorySplit, MetaFilesAreAnnouncedOnceLinkedToTheirSuccessor) {
-    record(10);
-
-    const std::vector<std::string> subs = sub_directories();
-    ASSERT_EQ(3u, subs.size());
-    // The first is announced when the second has closed and is linked to it; the last at the stop. The
-    // one before the last is never announced.
+    // The first is announced once the second has closed and is linked to it, the last at the stop; the one
+    // before the last never is.
     ASSERT_EQ(2u, announced.size());
     EXPECT_EQ(subs[0] + meta_name, announced[0]);
     EXPECT_EQ(8u, readable_at_announcement[0]);
@@ -106,64 +73,58 @@ TEST_F(DirectorySplit, MetaFilesAreAnnouncedOnceLinkedToTheirSuccessor) {
 }
 
 TEST_F(DirectorySplit, StopRightAfterASplitAnnouncesTheLastMetaFileAndMakesNoEmptyDirectory) {
-    record(8);
-
-    const std::vector<std::string> subs = sub_directories();
+    const std::vector<std::string> subs = record(8);
     ASSERT_EQ(2u, subs.size());
-    ASSERT_EQ(2u, announced.size());
-    EXPECT_EQ(subs[0] + meta_name, announced[0]);
-    EXPECT_EQ(subs[1] + meta_name, announced[1]);
+    EXPECT_EQ((std::vector<std::string>{subs[0] + meta_name, subs[1] + meta_name}), announced);
     EXPECT_EQ(8u, read_all(subs[0] + meta_name).size());
 }
 
+// Packets go on every 100 ms until a second file opens: never sooner than a second after the first packet.
 TEST_F(DirectorySplit, FileSplitsByDuration) {
-    RecordingOptions options;
-    PreferredSplitSize split;
-    split.set_duration(1);
-    options.set_file_split_size(split);
-    ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path(), options));
-    recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 1));
-    recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 2));
-    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
-    recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 3));
+    RecordingOptions by_duration;
+    PreferredSplitSize one_second;
+    one_second.set_duration(1);
+    by_duration.set_file_split_size(one_second);
+    ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path(), by_duration));
+    const auto start = std::chrono::steady_clock::now();
+    uint32_t sent = 0;
+    while (log.count("open new file for data type:Float data") < 2 &&
+           std::chrono::steady_clock::now() - start < std::chrono::seconds(10)) {
+        process(FloatDataType, sent + 1, sent + 1);
+        ++sent;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    const auto elapsed = std::chrono::steady_clock::now() - start;
     finish();
 
-    const std::vector<std::string> files = find(session_directory(), "tervik_datafloat_");
-    ASSERT_EQ(2u, files.size());
-    EXPECT_EQ(3u, read_all(meta_filename()).size());
+    EXPECT_GE(elapsed, std::chrono::seconds(1));
+    EXPECT_EQ(2u, find(session_directory(), "tervik_datafloat_").size());
+    EXPECT_EQ(sent, read_all(meta_filename()).size());
 }
 
 TEST(DailySplit, AtTheHourItselfTheNextSplitIsADayAhead) {
     const std::time_t now = std::time(nullptr);
-    std::tm local;
+    std::tm local, next;
     localtime_r(&now, &local);
-    const SystemTime next = next_split_time(local.tm_hour);
-    const std::time_t next_seconds = std::chrono::system_clock::to_time_t(next);
-    std::tm next_local;
-    localtime_r(&next_seconds, &next_local);
-    EXPECT_EQ(local.tm_hour, next_local.tm_hour);
-    EXPECT_EQ(0, next_local.tm_min);
-    EXPECT_EQ(0, next_local.tm_sec);
+    const std::time_t next_seconds = std::chrono::system_clock::to_time_t(next_split_time(local.tm_hour));
+    localtime_r(&next_seconds, &next);
+    EXPECT_EQ(local.tm_hour, next.tm_hour);
+    EXPECT_EQ(0, next.tm_min);
+    EXPECT_EQ(0, next.tm_sec);
     EXPECT_GT(next_seconds - now, 22 * 3600);
     EXPECT_LE(next_seconds - now, 24 * 3600);
-
     const SystemTime in_an_hour = next_split_time((local.tm_hour + 1) % 24);
     EXPECT_LE(std::chrono::system_clock::to_time_t(in_an_hour) - now, 3600 + 3600); // daylight saving
 }
 
 // ---- a recording killed in the middle ---------------------------------------------------------------------
 
-bool ends_with(const std::string& name, const std::string& suffix) {
-    return name.size() >= suffix.size() &&
-           name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
-
 // The data file of a split recording below `directory` that is still being written, if any.
 std::string find_open_data_file(const std::string& directory) {
     for (const std::string& session : find(directory, "tervik_recording_")) {
         for (const std::string& sub : find(session, "tervik_recording_")) {
             for (const std::string& file : find(sub, "tervik_databyte_")) {
-                if (ends_with(file, ".writing"))
+                if (file.find(".writing") != std::string::npos)
                     return file;
             }
         }
@@ -180,18 +141,16 @@ void record_until_killed(const std::string& directory, int ready) {
     recorder.subscribe_to_file_available(ByteDataType, [&](DataType, const std::string&) { ++closed_files; });
     recorder.subscribe_to_meta_file_available(
         [&](const std::string&, const std::string&) { first_meta_announced = true; });
-    if (recorder.start_recording(ByteDataType, directory, split_options(1000, 600)) != 0)
+    if (recorder.start_recording(ByteDataType, directory, options("split", 600, 1000)) != 0)
         _exit(2);
     for (uint32_t counter = 1; counter <= 10; ++counter)
         recorder.process(ByteDataType, record_of_300(counter));
-    while (closed_files < 5 || !first_meta_announced)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    recorder.process(ByteDataType, record_of_300(11));
-    for (int waited = 0; find_open_data_file(directory).empty() && waited < 5000; ++waited)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    const char byte = 1;
-    if (write(ready, &byte, 1) != 1)
+    if (!eventually([&] { return closed_files >= 5 && first_meta_announced; }))
         _exit(3);
+    recorder.process(ByteDataType, record_of_300(11));
+    const char byte = 1;
+    if (!eventually([&] { return !find_open_data_file(directory).empty(); }) || write(ready, &byte, 1) != 1)
+        _exit(4);
     for (;;)
         pause();
 }
@@ -208,12 +167,10 @@ TEST(KilledRecording, LeavesWritingFilesAnUnreadableMetaFileAndReadableEarlierPa
     }
     close(pipe_ends[1]);
     pollfd ready = {pipe_ends[0], POLLIN, 0};
-    const bool stood_ready = poll(&ready, 1, 10000) == 1;
     char byte = 0;
-    const bool got_byte = stood_ready && read(pipe_ends[0], &byte, 1) == 1;
+    const bool got_byte = poll(&ready, 1, 30000) == 1 && read(pipe_ends[0], &byte, 1) == 1;
     kill(child, SIGKILL);
-    int status = 0;
-    waitpid(child, &status, 0);
+    waitpid(child, nullptr, 0);
     close(pipe_ends[0]);
     ASSERT_TRUE(got_byte) << "the child never reached the point of the crash";
 
@@ -223,10 +180,8 @@ TEST(KilledRecording, LeavesWritingFilesAnUnreadableMetaFileAndReadableEarlierPa
     ASSERT_EQ(3u, subs.size());
     const std::string last = subs[2];
     EXPECT_EQ(1u, find(last, ".dat").size()) << "the closed data file keeps its final name";
-    const std::vector<std::string> open_files = find(last, "tervik_databyte_");
-    ASSERT_EQ(2u, open_files.size());
+    EXPECT_EQ(2u, find(last, "tervik_databyte_").size());
     EXPECT_TRUE(exists(last + "/tervik_recording_meta_tmp.writing"));
-    ASSERT_TRUE(exists(last + "/tervik_recording_meta.writing"));
     EXPECT_FALSE(exists(last + meta_name));
     const Bytes meta = file_bytes(last + "/tervik_recording_meta.writing");
     ASSERT_GE(meta.size(), 37u);
@@ -237,7 +192,7 @@ TEST(KilledRecording, LeavesWritingFilesAnUnreadableMetaFileAndReadableEarlierPa
     // The journal names the file that was being written.
     const std::string open_file = find_open_data_file(scratch.path());
     ASSERT_FALSE(open_file.empty());
-    const std::string journal = file_text(last + "/tervik_recording_meta_tmp.writing");
+    const std::string journal = text(file_bytes(last + "/tervik_recording_meta_tmp.writing"));
     EXPECT_NE(std::string::npos, journal.find(open_file.substr(last.size() + 1)));
 
     // The first two directories were closed and chained before the crash.

@@ -2,8 +2,6 @@
 // basenames.
 #include "data_recorder_fixture.h"
 
-#include "SamplePackets.h"
-
 #include <stdexcept>
 
 using namespace Tervik;
@@ -15,43 +13,46 @@ class RecorderSurface : public RecorderTest {
 protected:
     void record_float_and_byte() {
         ASSERT_EQ(0, recorder->start_recording(FloatDataType | ByteDataType, scratch.path()));
-        recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 1));
-        recorder->process(ByteDataType, SamplePackets::sample_packet(ByteDataType, 1));
+        process(FloatDataType, 1, 1);
+        process(ByteDataType, 1, 1);
         finish();
+    }
+
+    // The records of the session directory whose name ends in "_" + session_id.
+    std::vector<DataRecord> session_records(const std::string& session_id) {
+        const std::vector<std::string> sessions = find(scratch.path(), "_" + session_id);
+        EXPECT_EQ(1u, sessions.size()) << session_id;
+        return sessions.empty() ? std::vector<DataRecord>()
+                                : read_all(sessions[0] + "/tervik_recording_meta.dat");
     }
 };
 
 TEST_F(RecorderSurface, StartRefusesAnEmptyMaskDirectoryOrSessionId) {
     EXPECT_EQ(1, recorder->start_recording(InvalidDataType, scratch.path()));
-
     EXPECT_EQ(1, recorder->start_recording(AllDataTypes, ""));
     EXPECT_EQ(16, log.count(": empty directory specified"));
     for (DataType type : data_types_in_mask(AllDataTypes))
         EXPECT_FALSE(recorder->is_recording(type));
-
-    EXPECT_EQ(1, recorder->start_recording(SleepDataType, scratch.path(), options_with_id("")));
+    EXPECT_EQ(1, recorder->start_recording(SleepDataType, scratch.path(), options("")));
     EXPECT_TRUE(
         log.contains("cannot start recording for data type: Sleep data: invalid session id: <empty string>"));
     EXPECT_FALSE(recorder->is_recording(SleepDataType));
 }
 
 TEST_F(RecorderSurface, SecondStartOfATypeFailsButStartsTheOthersOfTheMask) {
-    ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path(), options_with_id("first")));
-    EXPECT_EQ(1, recorder->start_recording(FloatDataType | ByteDataType, scratch.path(),
-                                           options_with_id("second")));
+    ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path(), options("first")));
+    EXPECT_EQ(1, recorder->start_recording(FloatDataType | ByteDataType, scratch.path(), options("second")));
     EXPECT_TRUE(log.contains("cannot start recording for data type: Float data: recording already started"));
     EXPECT_TRUE(recorder->is_recording(ByteDataType));
-    recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 1));
-    recorder->process(ByteDataType, SamplePackets::sample_packet(ByteDataType, 1));
+    process(FloatDataType, 1, 1);
+    process(ByteDataType, 1, 1);
     finish();
 
     // The float recording went on in its own session.
-    ASSERT_EQ(1u, find(scratch.path(), "_first").size());
-    ASSERT_EQ(1u, find(scratch.path(), "_second").size());
-    const std::vector<DataRecord> first =
-        read_all(find(scratch.path(), "_first")[0] + "/tervik_recording_meta.dat");
+    const std::vector<DataRecord> first = session_records("first");
     ASSERT_EQ(1u, first.size());
     EXPECT_EQ(uint32_t(FloatDataType), first[0].data_type);
+    EXPECT_EQ(1u, session_records("second").size());
 }
 
 TEST_F(RecorderSurface, InvalidMaskThrowsAfterStartingItsLowBits) {
@@ -67,31 +68,19 @@ TEST_F(RecorderSurface, InvalidMaskThrowsAfterStartingItsLowBits) {
     EXPECT_TRUE(log.contains("detected invalid data type:init_default_basename"));
 }
 
-TEST_F(RecorderSurface, ProcessQueuesOnlyForRecordingTypes) {
+TEST_F(RecorderSurface, StopTakesEffectAtOnceAndARestartWithANewSessionGetsItsOwnDirectory) {
     EXPECT_FALSE(recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 1)));
-    ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path()));
+    ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path(), options("one")));
     EXPECT_TRUE(recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 1)));
     recorder->stop_recording(FloatDataType);
     // The stop takes effect for callers at once; what was queued before it is still stored.
     EXPECT_FALSE(recorder->is_recording(FloatDataType));
     EXPECT_FALSE(recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 2)));
+    ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path(), options("two")));
+    process(FloatDataType, 3, 3);
     finish();
-    EXPECT_EQ(1u, read_all(meta_filename()).size());
-}
-
-TEST_F(RecorderSurface, ARestartedTypeWithANewSessionGetsItsOwnDirectory) {
-    ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path(), options_with_id("one")));
-    recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 1));
-    recorder->stop_recording(FloatDataType);
-    ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path(), options_with_id("two")));
-    recorder->process(FloatDataType, SamplePackets::sample_packet(FloatDataType, 2));
-    finish();
-
-    for (const char* id : {"_one", "_two"}) {
-        const std::vector<std::string> sessions = find(scratch.path(), id);
-        ASSERT_EQ(1u, sessions.size()) << id;
-        EXPECT_EQ(1u, read_all(sessions[0] + "/tervik_recording_meta.dat").size()) << id;
-    }
+    EXPECT_EQ(1u, session_records("one").size());
+    EXPECT_EQ(1u, session_records("two").size());
 }
 
 TEST_F(RecorderSurface, FileCallbackSubscriptionsArePerTypeAndExclusive) {
@@ -130,7 +119,6 @@ TEST_F(RecorderSurface, MetaFileCallbackIsExclusiveUntilUnsubscribed) {
 }
 
 TEST_F(RecorderSurface, BasenamesHaveDefaultsThatCanBeChangedAndCleared) {
-    EXPECT_EQ("tervik_baseband_iq", recorder->get_basename_for_data_type(BasebandIqDataType));
     EXPECT_EQ("tervik_respiration_movinglist",
               recorder->get_basename_for_data_type(RespirationMovingListDataType));
     recorder->set_basename_for_data_type(BasebandIqDataType, "iq");

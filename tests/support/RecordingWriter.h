@@ -1,15 +1,14 @@
-// Writes recordings on disk the way the recorder does, for tests and benchmarks that need one before the
-// recorder exists or without a module: data files, a meta file built from the real entry classes, splits,
-// user headers, header versions 11, 12 and 13, finished or abandoned (state 0) meta files, and the link that
-// chains one meta file to the next.
+// Writes recordings on disk the way the recorder does, for tests that need one without a module: data files,
+// a meta file built from the real entry classes, splits, user headers, header versions 11, 12 and 13,
+// finished or abandoned (state 0) meta files, and the link that chains one meta file to the next.
 #ifndef DEVICEBRIDGE_TESTS_RECORDINGWRITER_H
 #define DEVICEBRIDGE_TESTS_RECORDINGWRITER_H
 
+#include "AbstractMetaEntry.h"
 #include "Bytes.h"
 #include "DataTypes.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
@@ -32,51 +31,39 @@ private:
 
 class RecordingWriter {
 public:
-    static const char* const MetaFilename;        // "tervik_recording_meta.dat"
-    static const char* const WritingMetaFilename; // "tervik_recording_meta.writing"
+    static const char* const MetaFilename; // "tervik_recording_meta.dat"
 
     // The directory must exist. created is the header's creation time in ms since 1970.
     RecordingWriter(const std::string& directory, const std::string& session_id, uint32_t version = 13,
                     int64_t created = 1500000000000);
-    ~RecordingWriter();
-    RecordingWriter(const RecordingWriter&) = delete;
-    RecordingWriter& operator=(const RecordingWriter&) = delete;
 
     void set_profile_id(uint32_t profile_id) { m_profile_id = profile_id; }
 
-    // Appends a record of the type to its open data file, opening a new file first if none is open, and notes
-    // it in a WriteFile entry at epoch_offset ms after creation.
+    // Appends a record to the type's data file (opening one if none is open) with a WriteFile entry at
+    // epoch_offset ms after creation. A user header's entry carries the complement of the type.
     void write(Tervik::DataType type, const Bytes& record, uint32_t epoch_offset);
-    // The same for a user header: its entry carries the complement of the type.
     void write_user_header(Tervik::DataType type, const Bytes& header, uint32_t epoch_offset);
     // Closes the type's data file with a CloseFile entry; the next write opens a new file.
     void split(Tervik::DataType type, uint32_t epoch_offset);
 
-    // Closes all data files, appends the file map, fills in the header and writes the meta file as a closed
-    // one. Returns its path.
+    // Closes all data files and writes the meta file as a closed one, with its file map. Returns its path.
     std::string finish(uint32_t duration);
     // Writes the meta file as a crash leaves it: state 0, no file map, the ".writing" name. Returns its path.
     std::string abandon();
 
-    // Chains a finished meta file to the next one: appends next_name as a counted string and notes its
-    // offset.
+    // Chains a finished meta file to the next: appends next_name as a counted string and notes its offset.
     static void link(const std::string& meta_path, const std::string& next_name);
-
-    int64_t bytes_recorded() const { return m_total_bytes; }
-    size_t entry_count() const { return m_entries.size() / 33; }
 
 private:
     struct OpenDataFile {
-        FILE* file;
         uint32_t filename_index;
         int64_t size;
     };
-    OpenDataFile& data_file_for(Tervik::DataType type);
     void append_write(Tervik::DataType type, uint32_t entry_data_type, const Bytes& bytes,
                       uint32_t epoch_offset);
-    void close_data_file(Tervik::DataType type, uint32_t epoch_offset);
+    void append_entry(const Tervik::AbstractMetaEntry& entry);
     Bytes header_bytes(uint8_t state, uint32_t duration, int64_t file_map_offset) const;
-    std::string write_meta(const std::string& name, const Bytes& content) const;
+    std::string write_meta(const std::string& name, const Bytes& header, const Bytes& tail) const;
 
     std::string m_directory;
     std::string m_session_id;
@@ -93,6 +80,7 @@ private:
 };
 
 // Damage for tests: overwrite bytes at an offset, or cut a file to a size.
+Bytes file_bytes(const std::string& path);
 void patch_file(const std::string& path, long offset, const Bytes& bytes);
 void truncate_file(const std::string& path, long size);
 long file_size(const std::string& path);

@@ -12,6 +12,7 @@
 #include "protocol_identifiers.h"
 
 #include <atomic>
+#include <deque>
 
 using namespace Tervik;
 using namespace recorder_test;
@@ -34,8 +35,7 @@ protected:
     // so what it counts after the recorder has subscribed, the recorder has been handed too (but for one).
     typedef int (RadarInterface::*Subscribe)(const std::string&, RadarInterface::Callback);
     std::atomic<int>& count_packets(Subscribe subscribe) {
-        counters.emplace_back(new std::atomic<int>(0));
-        std::atomic<int>* counter = counters.back().get();
+        std::atomic<int>* counter = &counters.emplace_back(0);
         (radar.*subscribe)("test counter " + std::to_string(counters.size()), [counter](Bytes) {
             ++*counter;
             return true;
@@ -55,7 +55,7 @@ protected:
         return result;
     }
 
-    std::vector<std::unique_ptr<std::atomic<int>>> counters; // outlives the radar that calls on them
+    std::deque<std::atomic<int>> counters; // outlives the radar that calls on them
     ModuleEmulator emulator;
     ConcreteFactory factory;
     UartIo io;

@@ -43,22 +43,16 @@ Bytes from_disk_silently(DataType type, const Bytes& disk, std::string& output) 
     return packet;
 }
 
-// Sets the time zone of the process for one test.
-class TimeZone {
-public:
-    explicit TimeZone(const char* zone) : had_zone_(std::getenv("TZ") != nullptr) {
-        old_zone_ = had_zone_ ? std::getenv("TZ") : "";
-        set(zone);
-    }
-    ~TimeZone() { set(had_zone_ ? old_zone_.c_str() : nullptr); }
-
-private:
-    static void set(const char* zone) {
-        zone ? setenv("TZ", zone, 1) : unsetenv("TZ");
+// Sets the time zone of the process for one test, then goes back to the machine's own.
+struct TimeZone {
+    explicit TimeZone(const char* zone) {
+        setenv("TZ", zone, 1);
         tzset();
     }
-    bool had_zone_;
-    std::string old_zone_;
+    ~TimeZone() {
+        unsetenv("TZ");
+        tzset();
+    }
 };
 
 DataPacketToDisk::TimePoint at_ms(int64_t ms) {
@@ -97,7 +91,7 @@ TEST(TextRows, FieldsFollowThePacketWithListsInBrackets) {
         {SleepDataType, app(SleepId, {5, 1, 14.5f, 1.25f, 80, 0.5f, 0.75f}), ";5;1;14.5;1.25;80;0.5;0.75\n"},
         {RespirationDataType, respiration_packet(9, 2, 12, 1.5f, 0.125f, 3), ";2;12;1.5;0.125;3\n"},
         {PresenceMovingListDataType,
-         presence_movinglist_packet(4, 1, {0.5f, 1e-7f, -2}, {1.5f, 2.5f, 1e6f}, {}, {}, {}),
+         app(PresenceMovingListId, {4, 1, 3, 0, 0.5f, 1e-7f, -2.0f, 1.5f, 2.5f, 1e6f}),
          ";4;1;3;0;[0.5,1e-07,-2];[1.5,2.5,1e+06];[];[];[]\n"},
         {RespirationMovingListDataType, app(RespirationMovingListId, {8, 1, 0.5f, -1.0f}),
          ";8;1;[0.5];[-1]\n"},
@@ -116,7 +110,7 @@ TEST(TextRows, FieldsFollowThePacketWithListsInBrackets) {
         EXPECT_EQ(row.fields, row_fields(to_disk(row.type, row.packet)));
     }
     // An empty list reads back as no values, with the count as stored.
-    const Bytes empty = presence_movinglist_packet(4, 1, {}, {}, {}, {}, {});
+    const Bytes empty = app(PresenceMovingListId, {4, 1, 0, 0});
     const Bytes padded = app(PresenceMovingListId, {4, 1, 0, 0, 0, 0, 0, 0, 0});
     EXPECT_EQ(empty, formater.from_disk(PresenceMovingListDataType,
                                         to_disk(PresenceMovingListDataType, padded).bytes));
@@ -201,7 +195,7 @@ TEST(AcceptanceTests, PacketsFailingTheirTypesTestAreDroppedSomeWithAReason) {
         {ByteDataType, data(0x12, 1, 2, {}), ""},
         {SleepDataType, respiration_packet(1, 0, 12, 1.0f, 1.0f, 1), ""},
         {PresenceSingleDataType, short_presence, ""},
-        {PresenceMovingListDataType, presence_movinglist_packet(1, 1, {1.0f}, {2.0f}, {}, {}, {}), ""},
+        {PresenceMovingListDataType, app(PresenceMovingListId, {1, 1, 1, 0, 1.0f, 2.0f}), ""},
         {PulseDopplerFloatDataType, pulsedoppler_float_packet(18, 0, {1.0f}), ""},
         {RespirationDataType, respiration_packet(1, 4, 12, 1.0f, 1.0f, 1), ""}, // initializing
         {RespirationDataType, app(RespirationId, {1, 0, 12, 1.0f, 1.0f, 1}, {0}),

@@ -68,12 +68,6 @@ Bytes presence_single_packet(uint32_t counter, uint32_t state, float distance, u
     return app(PresenceSingleId, {counter, state, distance}, join({{direction}, words({signal_quality})}));
 }
 
-Bytes presence_movinglist_packet(uint32_t counter, uint32_t state, const Floats& slow, const Floats& fast,
-                                 const Floats& distance, const Floats& rcs, const Floats& velocity) {
-    return app(PresenceMovingListId, {counter, state, count(slow), count(distance)},
-               join({floats(slow), floats(fast), floats(distance), floats(rcs), floats(velocity)}));
-}
-
 Bytes baseband_packet(uint32_t id, uint32_t frame_counter, const Floats& first, const Floats& second) {
     return app(id, {frame_counter, count(first), 0.0514f, 23.328e9f, 7.29e9f, 0.2f},
                join({floats(first), floats(second)}));
@@ -147,7 +141,7 @@ Bytes sample_packet(Tervik::DataType data_type, uint32_t counter) {
     case PresenceSingleDataType:
         return presence_single_packet(counter, 2, 2.5f + step, 200, 90);
     case PresenceMovingListDataType:
-        return presence_movinglist_packet(counter, 1, {0.5f, step}, {1.5f, 2.5f}, {3.0f}, {-12.5f}, {0.25f});
+        return app(PresenceMovingListId, {counter, 1, 2, 1, 0.5f, step, 1.5f, 2.5f, 3.0f, -12.5f, 0.25f});
     case RespirationMovingListDataType:
         return app(RespirationMovingListId, {counter, 3}, floats({0.5f, 0.75f, step, 1.0f, 2.0f, 3.0f}));
     case RespirationDetectionListDataType:

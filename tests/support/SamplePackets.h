@@ -44,9 +44,6 @@ Bytes respiration_packet(uint32_t frame_counter, uint32_t state, uint32_t rpm, f
                          uint32_t signal_quality);
 Bytes presence_single_packet(uint32_t counter, uint32_t state, float distance, unsigned char direction,
                              uint32_t signal_quality);
-// The list counts are the sizes of `slow` and `distance`.
-Bytes presence_movinglist_packet(uint32_t counter, uint32_t state, const Floats& slow, const Floats& fast,
-                                 const Floats& distance, const Floats& rcs, const Floats& velocity);
 // id 12 (iq) or 13 (amplitude and phase); num_bins is the size of `first`.
 Bytes baseband_packet(uint32_t id, uint32_t frame_counter, const Floats& first, const Floats& second);
 // id 16 or 18 with float values, 17 or 19 with byte values.

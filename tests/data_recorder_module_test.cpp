@@ -31,8 +31,9 @@ protected:
 
     ~RecordingFromModule() override { recorder.reset(); }
 
-    // A subscription of the test's own beside the recorder's: each packet is handed to both in one dispatch,
-    // so what it counts after the recorder has subscribed, the recorder has been handed too (but for one).
+    // A subscription of the test's own, made before the recorder's: each packet is handed to both in one
+    // dispatch, so what it counts once the recorder has had a packet (its subscription is queued, not made at
+    // once), the recorder has been handed too, but for the one in flight.
     typedef int (RadarInterface::*Subscribe)(const std::string&, RadarInterface::Callback);
     std::atomic<int>& count_packets(Subscribe subscribe) {
         std::atomic<int>* counter = &counters.emplace_back(0);
@@ -71,6 +72,8 @@ TEST_F(RecordingFromModule, StreamIsRecordedWithTheParameterFileAndProfileOfTheM
     const std::atomic<int>& moving = count_packets(&RadarInterface::subscribe_to_presence_movinglist);
     ASSERT_EQ(0,
               recorder->start_recording(PresenceSingleDataType | PresenceMovingListDataType, scratch.path()));
+    ASSERT_TRUE(log.wait_for("open new file for data type:presence single", 10000));
+    ASSERT_TRUE(log.wait_for("open new file for data type:presence moving list", 10000));
     const int single_at_start = single, moving_at_start = moving;
     ASSERT_TRUE(eventually([&] { return single >= single_at_start + 7 && moving >= moving_at_start + 7; }));
     finish();
@@ -88,6 +91,7 @@ TEST_F(RecordingFromModule, PacketsAfterTheStopAreNotRecordedAndAMissingParamete
     emulator.start_stream(StreamKind::presence_single, 200.0);
     const std::atomic<int>& seen = count_packets(&RadarInterface::subscribe_to_presence_single);
     ASSERT_EQ(0, recorder->start_recording(PresenceSingleDataType, scratch.path()));
+    ASSERT_TRUE(log.wait_for("open new file for data type:presence single", 10000));
     const int seen_at_start = seen;
     ASSERT_TRUE(eventually([&] { return seen >= seen_at_start + 12; }));
     recorder->stop_recording(PresenceSingleDataType);

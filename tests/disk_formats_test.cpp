@@ -7,9 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <regex>
-#include <sstream>
 
 using namespace Tervik;
 using namespace SamplePackets;
@@ -298,10 +296,7 @@ TEST(RadarSettings, TheBlockBecomesAnIniFileBesideBasebandData) {
     const std::string filename = scratch.path() + "/settings.ini";
     EXPECT_EQ(DataPacketToDisk::RadarSettingsWritten,
               DataPacketToDisk::write_radar_settings(settings, filename));
-    std::ifstream file(filename);
-    std::stringstream written;
-    written << file.rdbuf();
-    EXPECT_EQ(DataPacketToDisk::radar_settings_ini(settings), written.str());
+    EXPECT_EQ(DataPacketToDisk::radar_settings_ini(settings), as_text(file_bytes(filename)));
     EXPECT_EQ(DataPacketToDisk::RadarSettingsInvalid,
               DataPacketToDisk::write_radar_settings(shorter, filename + "2"));
     EXPECT_EQ(DataPacketToDisk::RadarSettingsFileFailed,

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
 #include <cstring>
 #include <ctime>
 #include <fstream>
@@ -463,13 +466,33 @@ std::string DataPacketToDisk::header_line(DataType data_type) {
 }
 
 std::string DataPacketToDisk::timestamp(TimePoint now) {
-    const long offset = utc_offset(std::chrono::system_clock::to_time_t(now));
-    const long magnitude = offset < 0 ? -offset : offset;
-    std::ostringstream text;
-    text << local_time_text(now, "%Y-%m-%dT%H:%M:%S") << '.' << std::setfill('0') << std::setw(3)
-         << milliseconds_of_second(now) << (offset < 0 ? '-' : '+') << std::setw(2) << magnitude / 3600 << ':'
-         << std::setw(2) << magnitude / 60 % 60;
-    return text.str();
+    // Text rows come by the hundred per second: the calendar and zone work (localtime, mktime, which take the
+    // time-zone lock) is done once per second of wall time and per thread, only the milliseconds change.
+    struct SecondText {
+        std::time_t second = std::numeric_limits<std::time_t>::min();
+        std::string date_time;
+        std::string zone;
+        std::string tz;
+    };
+    thread_local SecondText cached;
+    const std::time_t second = std::chrono::system_clock::to_time_t(now);
+    // A program that changes TZ sees its new zone at once.
+    const char* tz = std::getenv("TZ");
+    const std::string tz_now = tz ? tz : "\x01unset";
+    if (second != cached.second || tz_now != cached.tz) {
+        const long offset = utc_offset(second);
+        const long magnitude = offset < 0 ? -offset : offset;
+        char zone[48];
+        std::snprintf(zone, sizeof zone, "%c%02ld:%02ld", offset < 0 ? '-' : '+', magnitude / 3600,
+                      magnitude / 60 % 60);
+        cached.date_time = local_time_text(now, "%Y-%m-%dT%H:%M:%S");
+        cached.zone = zone;
+        cached.second = second;
+        cached.tz = tz_now;
+    }
+    char milliseconds[8];
+    std::snprintf(milliseconds, sizeof milliseconds, ".%03d", static_cast<int>(milliseconds_of_second(now)));
+    return cached.date_time + milliseconds + cached.zone;
 }
 
 Bytes DataPacketToDisk::radar_settings_from_packet(const Bytes& packet) {

@@ -68,6 +68,13 @@ void read_round(benchmark::State& state, Tervik::LockedRadarInterfacePtr& radar)
     state.counters["bins"] = static_cast<double>(record.i_data.size() + record.q_data.size()) / 2;
 }
 
+// A bridge opened on an emulator of its own.
+struct BridgeOnEmulator {
+    ModuleEmulator emulator;
+    Tervik::DeviceBridge bridge{emulator.device_path(), 0, new DiscardedLines};
+    Tervik::LockedRadarInterfacePtr& radar = bridge.get_radar_interface();
+};
+
 void BM_PingBareCommunicator(benchmark::State& state) {
     ModuleEmulator emulator;
     StdoutLogger logger(0, new DiscardedLines);
@@ -86,22 +93,18 @@ void BM_PingBareCommunicator(benchmark::State& state) {
 BENCHMARK(BM_PingBareCommunicator)->UseRealTime();
 
 void BM_PingThroughBridge(benchmark::State& state) {
-    ModuleEmulator emulator;
-    Tervik::DeviceBridge bridge(emulator.device_path(), 0, new DiscardedLines);
-    Tervik::LockedRadarInterfacePtr& radar = bridge.get_radar_interface();
+    BridgeOnEmulator link;
     for (auto _ : state)
-        benchmark::DoNotOptimize(radar->ping());
+        benchmark::DoNotOptimize(link.radar->ping());
 }
 BENCHMARK(BM_PingThroughBridge)->UseRealTime();
 
 void BM_ReadBasebandIqStream(benchmark::State& state) {
-    ModuleEmulator emulator;
-    Tervik::DeviceBridge bridge(emulator.device_path(), 0, new DiscardedLines);
-    Tervik::LockedRadarInterfacePtr& radar = bridge.get_radar_interface();
+    BridgeOnEmulator link;
     const Bytes packet = baseband_iq_packet(1);
     for (auto _ : state) {
-        emulator.flood(ModuleEmulator::WireForm::frame, packet, frames_per_round);
-        read_round(state, radar);
+        link.emulator.flood(ModuleEmulator::WireForm::frame, packet, frames_per_round);
+        read_round(state, link.radar);
     }
     state.SetItemsProcessed(state.iterations() * frames_per_round);
     state.SetBytesProcessed(state.iterations() * frames_per_round * static_cast<int64_t>(packet.size()));
@@ -109,17 +112,15 @@ void BM_ReadBasebandIqStream(benchmark::State& state) {
 BENCHMARK(BM_ReadBasebandIqStream)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 void BM_ReadBasebandIqQueued(benchmark::State& state) {
-    ModuleEmulator emulator;
-    Tervik::DeviceBridge bridge(emulator.device_path(), 0, new DiscardedLines);
-    Tervik::LockedRadarInterfacePtr& radar = bridge.get_radar_interface();
+    BridgeOnEmulator link;
     const Bytes packet = baseband_iq_packet(1);
     for (auto _ : state) {
         state.PauseTiming();
-        emulator.flood(ModuleEmulator::WireForm::frame, packet, frames_per_round);
-        while (radar->peek_message_baseband_iq() < frames_per_round)
+        link.emulator.flood(ModuleEmulator::WireForm::frame, packet, frames_per_round);
+        while (link.radar->peek_message_baseband_iq() < frames_per_round)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         state.ResumeTiming();
-        read_round(state, radar);
+        read_round(state, link.radar);
     }
     state.SetItemsProcessed(state.iterations() * frames_per_round);
 }

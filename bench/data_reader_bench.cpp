@@ -7,11 +7,12 @@
 #include "FileMapMetaEntry.h"
 #include "WriteFileMetaEntry.h"
 
+#include "bench_scratch.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <ftw.h>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -24,23 +25,6 @@ namespace {
 
 const char* const SessionId = "bench-session";
 const char* const MetaName = "tervik_recording_meta.dat";
-
-class TemporaryDirectory {
-public:
-    TemporaryDirectory() {
-        char name[] = "/tmp/devicebridge_bench_XXXXXX";
-        if (!mkdtemp(name)) {
-            throw std::runtime_error("mkdtemp failed");
-        }
-        path = name;
-    }
-    ~TemporaryDirectory() {
-        nftw(
-            path.c_str(), [](const char* p, const struct stat*, int, struct FTW*) { return ::remove(p); }, 16,
-            FTW_DEPTH | FTW_PHYS);
-    }
-    std::string path;
-};
 
 TemporaryDirectory& scratch() {
     static TemporaryDirectory directory;

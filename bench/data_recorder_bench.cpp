@@ -8,6 +8,8 @@
 #include "DataRecorder.h"
 #include "Logger.h"
 
+#include "bench_scratch.h"
+
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -15,12 +17,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ftw.h>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <string>
-#include <sys/stat.h>
 #include <vector>
 
 using namespace Tervik;
@@ -30,22 +30,6 @@ namespace {
 const int batch = 20000;
 const int backlog = 100000;
 const uint32_t baseband_bins = 125; // 24 + 8 * 125 = 1024 bytes a record
-
-class TemporaryDirectory {
-public:
-    TemporaryDirectory() {
-        char name[] = "/tmp/devicebridge_recorder_bench_XXXXXX";
-        if (!mkdtemp(name))
-            throw std::runtime_error("mkdtemp failed");
-        path = name;
-    }
-    ~TemporaryDirectory() {
-        nftw(
-            path.c_str(), [](const char* p, const struct stat*, int, struct FTW*) { return ::remove(p); }, 16,
-            FTW_DEPTH | FTW_PHYS);
-    }
-    std::string path;
-};
 
 // Errors only, and none are expected.
 class QuietLogger : public Logger {

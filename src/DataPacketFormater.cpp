@@ -1,6 +1,7 @@
 #include "DataPacketFormater.h"
 #include "DataPacketToDisk.h"
 #include "DataTypes.h"
+#include "protocol_identifiers.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -118,7 +119,7 @@ bool append_field(FieldKind kind, Bytes& bytes, std::istringstream& stream) {
 }
 
 Bytes appdata_head(uint32_t id) {
-    Bytes head{0x50};
+    Bytes head{KMS_SPR_APPDATA};
     append_32bits(head, static_cast<unsigned int>(id));
     return head;
 }
@@ -171,7 +172,7 @@ Bytes text_from_disk(DataType data_type, Bytes head, std::initializer_list<Field
 }
 
 Bytes data_head(unsigned char kind) {
-    return Bytes{0xA0, kind};
+    return Bytes{KMS_SPR_DATA, kind};
 }
 
 } // namespace
@@ -228,68 +229,69 @@ Bytes DataPacketFormater::from_disk(uint32_t data_type, const Bytes& disk) const
 }
 
 Bytes DataPacketFormater::baseband_ap_from_disk(const Bytes& disk) const {
-    return with_head(appdata_head(13), disk);
+    return with_head(appdata_head(KMS_ID_BASEBAND_AMPLITUDE_PHASE), disk);
 }
 Bytes DataPacketFormater::baseband_iq_from_disk(const Bytes& disk) const {
-    return with_head(appdata_head(12), disk);
+    return with_head(appdata_head(KMS_ID_BASEBAND_IQ), disk);
 }
 Bytes DataPacketFormater::pulsedoppler_float_from_disk(const Bytes& disk) const {
-    return with_head(appdata_head(16), disk);
+    return with_head(appdata_head(KMS_ID_PULSEDOPPLER_FLOAT), disk);
 }
 Bytes DataPacketFormater::pulsedoppler_byte_from_disk(const Bytes& disk) const {
-    return with_head(appdata_head(17), disk);
+    return with_head(appdata_head(KMS_ID_PULSEDOPPLER_BYTE), disk);
 }
 Bytes DataPacketFormater::noisemap_float_from_disk(const Bytes& disk) const {
-    return with_head(appdata_head(18), disk);
+    return with_head(appdata_head(KMS_ID_NOISEMAP_FLOAT), disk);
 }
 Bytes DataPacketFormater::noisemap_byte_from_disk(const Bytes& disk) const {
-    return with_head(appdata_head(19), disk);
+    return with_head(appdata_head(KMS_ID_NOISEMAP_BYTE), disk);
 }
 Bytes DataPacketFormater::float_from_disk(const Bytes& disk) const {
-    return with_head(data_head(0x12), disk);
+    return with_head(data_head(KMS_SPRD_FLOAT), disk);
 }
 Bytes DataPacketFormater::byte_from_disk(const Bytes& disk) const {
-    return with_head(data_head(0x10), disk);
+    return with_head(data_head(KMS_SPRD_BYTE), disk);
 }
 
 Bytes DataPacketFormater::sleep_from_disk(const Bytes& disk) const {
     return text_from_disk(
-        SleepDataType, appdata_head(0x2375A16C),
+        SleepDataType, appdata_head(KMS_ID_SLEEP_STATUS),
         {UnsignedField, UnsignedField, FloatField, FloatField, UnsignedField, FloatField, FloatField}, disk);
 }
 
 // The frame counter is not stored, so playback shows 0.
 Bytes DataPacketFormater::respiration_from_disk(const Bytes& disk) const {
-    Bytes head = appdata_head(0x2375FE26);
+    Bytes head = appdata_head(KMS_ID_RESP_STATUS);
     append_32bits(head, 0u);
     return text_from_disk(RespirationDataType, head,
                           {UnsignedField, UnsignedField, FloatField, FloatField, UnsignedField}, disk);
 }
 
 Bytes DataPacketFormater::stringdata_from_disk(const Bytes& disk) const {
-    return text_from_disk(StringDataType, data_head(0x13), {UnsignedField, UnsignedField, StringField}, disk);
+    return text_from_disk(StringDataType, data_head(KMS_SPRD_STRING),
+                          {UnsignedField, UnsignedField, StringField}, disk);
 }
 
 Bytes DataPacketFormater::presence_single_from_disk(const Bytes& disk) const {
-    return text_from_disk(PresenceSingleDataType, appdata_head(0x723BFA1E),
+    return text_from_disk(PresenceSingleDataType, appdata_head(KMS_ID_PRESENCE_SINGLE),
                           {UnsignedField, UnsignedField, FloatField, ByteField, UnsignedField}, disk);
 }
 
 Bytes DataPacketFormater::presence_movinglist_from_disk(const Bytes& disk) const {
-    return text_from_disk(PresenceMovingListDataType, appdata_head(0x723BFA1F),
+    return text_from_disk(PresenceMovingListDataType, appdata_head(KMS_ID_PRESENCE_MOVINGLIST),
                           {UnsignedField, UnsignedField, UnsignedField, UnsignedField, FloatListField,
                            FloatListField, FloatListField, FloatListField, FloatListField},
                           disk);
 }
 
 Bytes DataPacketFormater::respiration_detectionlist_from_disk(const Bytes& disk) const {
-    return text_from_disk(RespirationDetectionListDataType, appdata_head(0x610A3B02),
+    return text_from_disk(RespirationDetectionListDataType, appdata_head(KMS_ID_RESPIRATION_DETECTIONLIST),
                           {UnsignedField, UnsignedField, FloatListField, FloatListField, FloatListField},
                           disk);
 }
 
 Bytes DataPacketFormater::respiration_movinglist_from_disk(const Bytes& disk) const {
-    return text_from_disk(RespirationMovingListDataType, appdata_head(0x610A3B00),
+    return text_from_disk(RespirationMovingListDataType, appdata_head(KMS_ID_RESPIRATION_MOVINGLIST),
                           {UnsignedField, UnsignedField, FloatListField, FloatListField}, disk);
 }
 

@@ -1,4 +1,5 @@
 #include "DataPacketToDisk.h"
+#include "protocol_identifiers.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,19 +16,6 @@ namespace Tervik {
 
 namespace {
 
-const unsigned char appdata_class = 0x50;
-const unsigned char data_class = 0xA0;
-const unsigned char byte_data_kind = 0x10;
-const unsigned char float_data_kind = 0x12;
-const unsigned char string_data_kind = 0x13;
-const uint32_t baseband_iq_id = 12;
-const uint32_t baseband_ap_id = 13;
-const uint32_t sleep_id = 0x2375A16C;
-const uint32_t respiration_id = 0x2375FE26;
-const uint32_t presence_single_id = 0x723BFA1E;
-const uint32_t presence_movinglist_id = 0x723BFA1F;
-const uint32_t respiration_movinglist_id = 0x610A3B00;
-const uint32_t respiration_detectionlist_id = 0x610A3B02;
 const uint32_t respiration_state_initializing = 4;
 
 // Little-endian fields of a packet by offset. A field that reaches past the end of the packet reads its
@@ -53,9 +41,9 @@ public:
         return value;
     }
     bool is_appdata(uint32_t id, size_t minimum_size) const {
-        return size() >= minimum_size && u8(0) == appdata_class && u32(1) == id;
+        return size() >= minimum_size && u8(0) == KMS_SPR_APPDATA && u32(1) == id;
     }
-    bool is_data(unsigned char kind) const { return size() >= 2 && u8(0) == data_class && u8(1) == kind; }
+    bool is_data(unsigned char kind) const { return size() >= 2 && u8(0) == KMS_SPR_DATA && u8(1) == kind; }
     Bytes from(size_t offset) const {
         return offset < bytes_.size() ? Bytes(bytes_.begin() + offset, bytes_.end()) : Bytes();
     }
@@ -128,13 +116,13 @@ DiskRecord binary_payload(const PacketView& packet, bool accepted, size_t payloa
 uint32_t pulsedoppler_id(DataType data_type) {
     switch (data_type) {
     case PulseDopplerFloatDataType:
-        return 16;
+        return KMS_ID_PULSEDOPPLER_FLOAT;
     case PulseDopplerByteDataType:
-        return 17;
+        return KMS_ID_PULSEDOPPLER_BYTE;
     case NoiseMapFloatDataType:
-        return 18;
+        return KMS_ID_NOISEMAP_FLOAT;
     case NoiseMapByteDataType:
-        return 19;
+        return KMS_ID_NOISEMAP_BYTE;
     default:
         return 0;
     }
@@ -264,7 +252,8 @@ float carrier_frequency(const PacketView& block) {
 
 DiskRecord DataPacketToDisk::baseband(const Bytes& packet) {
     const PacketView view(packet);
-    const bool accepted = view.is_appdata(baseband_iq_id, 5) || view.is_appdata(baseband_ap_id, 5);
+    const bool accepted =
+        view.is_appdata(KMS_ID_BASEBAND_IQ, 5) || view.is_appdata(KMS_ID_BASEBAND_AMPLITUDE_PHASE, 5);
     return binary_payload(view, accepted, 5);
 }
 
@@ -281,17 +270,17 @@ DiskRecord DataPacketToDisk::pulsedoppler(DataType data_type, const Bytes& packe
 
 DiskRecord DataPacketToDisk::float_data(const Bytes& packet) {
     const PacketView view(packet);
-    return binary_payload(view, view.is_data(float_data_kind), 2);
+    return binary_payload(view, view.is_data(KMS_SPRD_FLOAT), 2);
 }
 
 DiskRecord DataPacketToDisk::byte_data(const Bytes& packet) {
     const PacketView view(packet);
-    return binary_payload(view, view.is_data(byte_data_kind), 2);
+    return binary_payload(view, view.is_data(KMS_SPRD_BYTE), 2);
 }
 
 DiskRecord DataPacketToDisk::sleep(const Bytes& packet, TimePoint now) {
     const PacketView view(packet);
-    if (view.u32(1) != sleep_id) {
+    if (view.u32(1) != KMS_ID_SLEEP_STATUS) {
         return drop();
     }
     return Row(now)
@@ -307,7 +296,7 @@ DiskRecord DataPacketToDisk::sleep(const Bytes& packet, TimePoint now) {
 
 DiskRecord DataPacketToDisk::respiration(const Bytes& packet, TimePoint now) {
     const PacketView view(packet);
-    if (view.u32(1) != respiration_id) {
+    if (view.u32(1) != KMS_ID_RESP_STATUS) {
         return drop();
     }
     if (view.size() != 29) {
@@ -328,7 +317,7 @@ DiskRecord DataPacketToDisk::respiration(const Bytes& packet, TimePoint now) {
 
 DiskRecord DataPacketToDisk::string_data(const Bytes& packet, TimePoint now) {
     const PacketView view(packet);
-    if (!view.is_data(string_data_kind) || view.size() < 14) {
+    if (!view.is_data(KMS_SPRD_STRING) || view.size() < 14) {
         return drop();
     }
     const uint32_t length = view.u32(10);
@@ -342,7 +331,7 @@ DiskRecord DataPacketToDisk::string_data(const Bytes& packet, TimePoint now) {
 
 DiskRecord DataPacketToDisk::presence_single(const Bytes& packet, TimePoint now) {
     const PacketView view(packet);
-    if (!view.is_appdata(presence_single_id, 22)) {
+    if (!view.is_appdata(KMS_ID_PRESENCE_SINGLE, 22)) {
         return drop();
     }
     return Row(now)
@@ -356,7 +345,7 @@ DiskRecord DataPacketToDisk::presence_single(const Bytes& packet, TimePoint now)
 
 DiskRecord DataPacketToDisk::presence_movinglist(const Bytes& packet, TimePoint now) {
     const PacketView view(packet);
-    if (!view.is_appdata(presence_movinglist_id, 41)) {
+    if (!view.is_appdata(KMS_ID_PRESENCE_MOVINGLIST, 41)) {
         return drop();
     }
     const uint32_t intervals = view.u32(13);
@@ -371,7 +360,7 @@ DiskRecord DataPacketToDisk::presence_movinglist(const Bytes& packet, TimePoint 
 
 DiskRecord DataPacketToDisk::respiration_movinglist(const Bytes& packet, TimePoint now) {
     const PacketView view(packet);
-    if (!view.is_appdata(respiration_movinglist_id, 21)) {
+    if (!view.is_appdata(KMS_ID_RESPIRATION_MOVINGLIST, 21)) {
         return drop();
     }
     const uint32_t intervals = view.u32(9);
@@ -383,7 +372,7 @@ DiskRecord DataPacketToDisk::respiration_movinglist(const Bytes& packet, TimePoi
 
 DiskRecord DataPacketToDisk::respiration_detectionlist(const Bytes& packet, TimePoint now) {
     const PacketView view(packet);
-    if (!view.is_appdata(respiration_detectionlist_id, 25)) {
+    if (!view.is_appdata(KMS_ID_RESPIRATION_DETECTIONLIST, 25)) {
         return drop();
     }
     const uint32_t detections = view.u32(9);
@@ -472,14 +461,15 @@ std::string DataPacketToDisk::timestamp(TimePoint now) {
         std::time_t second = std::numeric_limits<std::time_t>::min();
         std::string date_time;
         std::string zone;
+        bool tz_set = false;
         std::string tz;
     };
     thread_local SecondText cached;
     const std::time_t second = std::chrono::system_clock::to_time_t(now);
     // A program that changes TZ sees its new zone at once.
     const char* tz = std::getenv("TZ");
-    const std::string tz_now = tz ? tz : "\x01unset";
-    if (second != cached.second || tz_now != cached.tz) {
+    const bool same_zone = tz ? cached.tz_set && cached.tz == tz : !cached.tz_set;
+    if (second != cached.second || !same_zone) {
         const long offset = utc_offset(second);
         const long magnitude = offset < 0 ? -offset : offset;
         char zone[48];
@@ -488,7 +478,8 @@ std::string DataPacketToDisk::timestamp(TimePoint now) {
         cached.date_time = local_time_text(now, "%Y-%m-%dT%H:%M:%S");
         cached.zone = zone;
         cached.second = second;
-        cached.tz = tz_now;
+        cached.tz_set = tz != nullptr;
+        cached.tz = tz ? tz : "";
     }
     char milliseconds[8];
     std::snprintf(milliseconds, sizeof milliseconds, ".%03d", static_cast<int>(milliseconds_of_second(now)));

@@ -8,6 +8,11 @@
 // A bridge built with a name or an address is open when its constructor returns; a refusal throws
 // std::runtime_error "unable to open file: " + name and no object comes to exist. An empty name builds
 // everything and opens nothing until open().
+//
+// A module that goes away (unplugged, or its TCP peer gone) leaves the bridge open: the loss is logged once,
+// the link waits as on a quiet line, and commands fail by their write failure or time-out. Once the module is
+// back, close() and open() reconnect (a serial module may come back under another device name), or reset() on
+// the RadarInterface, which also subscribes again everything that was subscribed.
 #ifndef DEVICEBRIDGE_DEVICEBRIDGE_H
 #define DEVICEBRIDGE_DEVICEBRIDGE_H
 

@@ -26,8 +26,8 @@ public:
     explicit PythonDeviceBridge(int log_level);
     // Opens the serial device; std::runtime_error "unable to open file: " + name if it can't.
     PythonDeviceBridge(const std::string& device_name, int log_level);
-    // Connects to the endpoint (network byte order), named "tcp://" + dotted address + ":" + port. open and
-    // close are not meant for a bridge built this way.
+    // Connects to the endpoint (network byte order), named "tcp://" + dotted address + ":" + port. open()
+    // connects to the same endpoint again, whatever the name: after close(), for a peer that has come back.
     PythonDeviceBridge(in_addr_t ip, in_port_t port, int log_level);
     virtual ~PythonDeviceBridge();
     PythonDeviceBridge(const PythonDeviceBridge&) = delete;

@@ -2,7 +2,6 @@
 
 #include "Logger.h"
 #include "Trace.h"
-#include "WaitReadable.h"
 
 #include <cerrno>
 #include <cstring>
@@ -43,7 +42,7 @@ speed_t baudrate_map(unsigned int bits_per_second) {
     }
 }
 
-LinuxModuleIo::LinuxModuleIo(Logger& logger) : logger_(logger) {
+LinuxModuleIo::LinuxModuleIo(Logger& logger) : logger_(logger), reads_(logger, ::read) {
     std::memset(&settings_, 0, sizeof(settings_));
     settings_.c_cflag = CS8 | CREAD | CLOCAL;
     settings_.c_cc[VTIME] = 5;
@@ -62,6 +61,7 @@ LinuxModuleIo::~LinuxModuleIo() {
 int LinuxModuleIo::open(const std::string& device_name) {
     Trace trace(logger_, 3, "LinuxModuleIo::open " + device_name);
     device_name_ = device_name;
+    reads_.set_link_name(device_name);
     fd_ = ::open(device_name.c_str(), O_RDWR);
     if (fd_ < 0) {
         const int error_number = errno;
@@ -89,9 +89,5 @@ int LinuxModuleIo::write(const unsigned char* buffer, unsigned int length) {
 }
 
 int LinuxModuleIo::read(unsigned char* buffer, unsigned int length, unsigned int /*timeout*/) {
-    const int ready = wait_readable(fd_);
-    if (ready <= 0) {
-        return ready;
-    }
-    return static_cast<int>(::read(fd_, buffer, length));
+    return reads_.read(fd_, buffer, length);
 }

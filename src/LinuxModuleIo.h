@@ -3,6 +3,7 @@
 #define DEVICEBRIDGE_LINUXMODULEIO_H
 
 #include "ModuleIo.h"
+#include "PolledDescriptor.h"
 
 #include <string>
 #include <termios.h>
@@ -25,7 +26,8 @@ public:
     // Throws "illagal baudrate" for a rate outside the map, before anything is changed.
     void set_baudrate(unsigned int bits_per_second) override;
     int write(const unsigned char* buffer, unsigned int length) override;
-    // Waits at most 10 milliseconds for data; the timeout argument is not used.
+    // Waits at most 10 milliseconds for data; the timeout argument is not used. A line that has hung up (the
+    // module unplugged) reads as nothing after the full 10 milliseconds; its loss is logged once.
     int read(unsigned char* buffer, unsigned int length, unsigned int timeout) override;
 
 private:
@@ -34,6 +36,7 @@ private:
     struct termios settings_;
     std::string device_name_;
     Logger& logger_;
+    PolledDescriptor reads_;
 };
 
 #endif

@@ -12,7 +12,9 @@ public:
     virtual void set_baudrate(unsigned int bits_per_second) = 0;
     // What the system's write returned: bytes taken, 0 when nothing went, negative on failure. Never loops.
     virtual int write(const unsigned char* buffer, unsigned int length) = 0;
-    // Bytes read, 0 when nothing arrived within the transport's poll period, negative when the link is dead.
+    // Bytes read; 0 when nothing is there now. The reader reads again at once after a 0, so a transport does
+    // its waiting inside read (a poll period, say), also once its peer has gone. Negative when the link is
+    // broken for good, which ends the reader's loop.
     virtual int read(unsigned char* buffer, unsigned int length, unsigned int timeout) = 0;
 };
 

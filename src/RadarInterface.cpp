@@ -176,7 +176,7 @@ void RadarInterface::replace_communicator(AbstractRadarCommunicator* communicato
 void RadarInterface::reset() {
     Trace trace(logger, trace_level, "reset");
     const AbstractRadarCommunicator::Subscriptions saved = radar_communicator->get_subscriptions();
-    module_reset();
+    reset_module_if_reachable();
     for (int attempt = 0; attempt < 3; ++attempt) {
         try {
             reconnect(saved);
@@ -186,6 +186,19 @@ void RadarInterface::reset() {
         }
     }
     throw TervikException(1, "failed to reconnect after reset");
+}
+
+// A link failure (the command could not be written, or no answer came in time) says that the old link is dead
+// or the module is rebooting already; reconnecting is then just what the caller needs. A TervikException is
+// the module's own refusal, and stops the reset.
+void RadarInterface::reset_module_if_reachable() {
+    try {
+        module_reset();
+    } catch (const TervikException&) {
+        throw;
+    } catch (const std::runtime_error& failure) {
+        logger.log(0, std::string("module_reset did not reach the module, reconnecting: ") + failure.what());
+    }
 }
 
 template <typename Subscriptions> void RadarInterface::reconnect(const Subscriptions& saved) {

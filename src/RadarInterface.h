@@ -51,7 +51,9 @@ public:
     int open_throw(const std::string& device_name);
     // After close every command sees an empty reply and every queue is empty; open() builds all anew.
     int close();
-    // Resets the module, then reconnects (three tries, 3 s apart) and subscribes everything again.
+    // Resets the module, then reconnects (three tries, 3 s apart) and subscribes everything again. Only the
+    // module's refusal of the reset stops it early: a module that the link no longer reaches (unplugged and
+    // back, its TCP peer restarted) is reconnected all the same.
     void reset();
     int reset_no_throw();
 
@@ -459,6 +461,7 @@ private:
     bool log_module_trace(const Bytes& packet);
     void auto_subscribe();
     void replace_communicator(AbstractRadarCommunicator* communicator);
+    void reset_module_if_reachable();
     template <typename Subscriptions> void reconnect(const Subscriptions& saved);
 
     int throw_if_error(std::function<int()> body);

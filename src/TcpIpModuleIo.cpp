@@ -1,7 +1,6 @@
 #include "TcpIpModuleIo.h"
 
 #include "Logger.h"
-#include "WaitReadable.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
@@ -20,10 +19,17 @@ std::string dotted(in_addr_t address) {
     return text;
 }
 
+ssize_t receive(int fd, void* buffer, size_t length) {
+    return recv(fd, buffer, length, 0);
+}
+
 } // namespace
 
 TcpIpModuleIo::TcpIpModuleIo(in_addr_t address, in_port_t port, Logger& logger)
-    : fd_(socket(AF_INET, SOCK_STREAM, 0)), address_(address), port_(port), logger_(logger) {}
+    : fd_(socket(AF_INET, SOCK_STREAM, 0)), address_(address), port_(port), logger_(logger),
+      reads_(logger, receive) {
+    reads_.set_link_name(label(address, port));
+}
 
 TcpIpModuleIo::~TcpIpModuleIo() {
     if (fd_ >= 0) {
@@ -60,9 +66,5 @@ int TcpIpModuleIo::write(const unsigned char* buffer, unsigned int length) {
 }
 
 int TcpIpModuleIo::read(unsigned char* buffer, unsigned int length, unsigned int /*timeout*/) {
-    const int ready = wait_readable(fd_);
-    if (ready <= 0) {
-        return ready;
-    }
-    return static_cast<int>(recv(fd_, buffer, length, 0));
+    return reads_.read(fd_, buffer, length);
 }

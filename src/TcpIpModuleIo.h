@@ -3,6 +3,7 @@
 #define DEVICEBRIDGE_TCPIPMODULEIO_H
 
 #include "ModuleIo.h"
+#include "PolledDescriptor.h"
 
 #include <netinet/in.h>
 #include <string>
@@ -25,7 +26,8 @@ public:
     // A socket has no line speed: does nothing.
     void set_baudrate(unsigned int bits_per_second) override;
     int write(const unsigned char* buffer, unsigned int length) override;
-    // Waits at most 10 milliseconds for data. A peer that closed reads as 0, like a quiet line.
+    // Waits at most 10 milliseconds for data. A peer that closed or reset the connection reads as nothing
+    // after the full 10 milliseconds, like a quiet line; its loss is logged once.
     int read(unsigned char* buffer, unsigned int length, unsigned int timeout) override;
 
 private:
@@ -34,6 +36,7 @@ private:
     in_port_t port_;
     std::string device_name_;
     Logger& logger_;
+    PolledDescriptor reads_;
 };
 
 #endif

@@ -1,6 +1,7 @@
 // The device bridge on the module emulator, over a pseudo-terminal and over loopback TCP: building and
 // releasing the whole stack, the logger output it owns, close and open again, and threads sharing it.
 #include "DeviceBridge.h"
+#include "ProcessCpu.h"
 #include "PythonDeviceBridge.h"
 #include "RadarTestLink.h"
 #include "TervikException.h"
@@ -146,6 +147,69 @@ TEST(DeviceBridge, CloseEndsTheSubscriptionsAndOpenMakesTheDefaultQueuesAnew) {
     ASSERT_TRUE(eventually([&] { return radar->peek_message_presence_single() > 2; }));
     EXPECT_EQ(0, seen_by_callback) << "the user's own subscription ended with close";
 }
+
+// ---- a module that goes away and comes back ---------------------------------------------------------------
+
+struct Comeback {
+    const char* name;
+    ModuleEmulator::Transport transport;
+    bool by_reset;
+};
+
+class VanishedModule : public ::testing::TestWithParam<Comeback> {};
+
+// The module goes while the bridge streams: for 3 s the process stays near idle (the fault spins a whole core
+// on the dead line), the loss is logged once, and commands fail by the link's own texts. A new module (a new
+// pseudo-terminal given to open, or the same TCP port) brings streaming back through close() and open(), or
+// through reset, which also keeps the user's own queue.
+TEST_P(VanishedModule, SlowCostsNoCoreAndTheBridgeRecovers) {
+    const Comeback comeback = GetParam();
+    const bool tcp = comeback.transport == ModuleEmulator::Transport::tcp;
+    std::unique_ptr<ModuleEmulator> module(new ModuleEmulator(comeback.transport));
+    const uint16_t port = module->tcp_port();
+    const std::string tcp_name = "tcp://127.0.0.1:" + std::to_string(port);
+    auto journal = std::make_shared<LogJournal>();
+    std::unique_ptr<Tervik::DeviceBridge> bridge(
+        tcp ? new Tervik::DeviceBridge(loopback(), htons(port), 0, kept_lines(journal))
+            : new Tervik::DeviceBridge(module->device_path(), 0, kept_lines(journal)));
+    Tervik::LockedRadarInterfacePtr& radar = bridge->get_radar_interface();
+    radar->subscribe("mine", {KMS_SPR_APPDATA});
+    module->start_stream(ModuleEmulator::StreamKind::presence_single, 100);
+    ASSERT_TRUE(eventually([&] { return radar->peek_message_presence_single() > 0; }));
+
+    const std::string lost = "connection to module lost: " + (tcp ? tcp_name : module->device_path());
+    module.reset();
+    ASSERT_TRUE(eventually([&] { return journal->contains(lost); }));
+    const size_t lines = journal->count();
+    EXPECT_LT(cpu_share_over(seconds(3)), 0.2);
+    EXPECT_EQ(lines, journal->count()) << "the loss is logged once, not on every pass";
+    bridge->set_default_timeout(1);
+    const std::string failure = outcome([&] { radar->get_firmware_id(); });
+    EXPECT_TRUE(failure == "runtime_error Timeout waiting for response\n" ||
+                failure == "runtime_error Failed to write all bytes to module\n")
+        << failure;
+
+    module.reset(new ModuleEmulator(comeback.transport, port));
+    if (comeback.by_reset) {
+        radar->reset();
+    } else {
+        EXPECT_EQ(0, bridge->close());
+        ASSERT_EQ(0, bridge->open(tcp ? tcp_name : module->device_path()));
+    }
+    module->start_stream(ModuleEmulator::StreamKind::presence_single, 100);
+    EXPECT_TRUE(eventually([&] { return radar->peek_message_presence_single() > 0; }));
+    EXPECT_EQ("G7N420", radar->get_firmware_id());
+    if (comeback.by_reset)
+        EXPECT_TRUE(eventually([&] { return radar->get_number_of_packets("mine") > 0; }));
+    else
+        EXPECT_EQ(0u, radar->get_number_of_packets("mine")) << "close ends the user's own subscriptions";
+}
+
+INSTANTIATE_TEST_SUITE_P(SerialAndTcp, VanishedModule,
+                         ::testing::Values(Comeback{"SerialCloseOpen", ModuleEmulator::Transport::pty, false},
+                                           Comeback{"TcpCloseOpen", ModuleEmulator::Transport::tcp, false},
+                                           Comeback{"TcpReset", ModuleEmulator::Transport::tcp, true}),
+                         [](const ::testing::TestParamInfo<Comeback>& info) { return info.param.name; });
 
 // ---- threads ----------------------------------------------------------------------------------------------
 

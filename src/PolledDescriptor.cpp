@@ -31,6 +31,12 @@ bool means_peer_gone(int error_number) {
     }
 }
 
+// A signal that the application handles (a timer, a child's end) breaks into poll and read; that is no
+// failure of the link, and must not end the reader's loop.
+bool interrupted(int error_number) {
+    return error_number == EINTR || error_number == EAGAIN || error_number == EWOULDBLOCK;
+}
+
 } // namespace
 
 const std::chrono::milliseconds PolledDescriptor::period(10);
@@ -41,12 +47,18 @@ PolledDescriptor::PolledDescriptor(Logger& logger, SystemRead system_read)
 int PolledDescriptor::read(int fd, unsigned char* buffer, unsigned int length) {
     const Clock::time_point start = Clock::now();
     const int ready = wait_readable(fd);
+    if (ready < 0 && interrupted(errno)) {
+        return 0;
+    }
     if (ready <= 0) {
         return ready;
     }
     const ssize_t count = system_read_(fd, buffer, length);
     if (count > 0) {
         return static_cast<int>(count);
+    }
+    if (count < 0 && interrupted(errno)) {
+        return 0;
     }
     // A read that poll found ready and that returns nothing is the end of the stream: nobody is at the other
     // end.

@@ -14,7 +14,10 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstring>
+#include <pthread.h>
+#include <thread>
 
 using namespace link_test;
 using Transport = ModuleEmulator::Transport;
@@ -93,6 +96,30 @@ TEST(SerialTransport, RefusesBaudRatesOutsideTheMapAndReadsAQuietLineBriefly) {
         return got.size() >= 3;
     }));
     EXPECT_EQ((Bytes{1, 2, 3}), got);
+}
+
+// A signal the application handles breaks into the transport's poll; the read reports a quiet line, so the
+// reader's loop goes on instead of taking the link for broken.
+TEST(SerialTransport, SignalDuringTheWaitReadsAsAQuietLine) {
+    ModuleEmulator emulator(Transport::pty);
+    LogCapture log;
+    LinuxModuleIo io(log.logger());
+    ASSERT_EQ(0, io.open(emulator.device_path()));
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    struct sigaction previous {};
+    ASSERT_EQ(0, sigaction(SIGUSR1, &action, &previous));
+    const pthread_t reading_thread = pthread_self();
+    unsigned char buffer[16];
+    for (int round = 0; round < 20; ++round) {
+        std::thread interrupter([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            pthread_kill(reading_thread, SIGUSR1);
+        });
+        EXPECT_EQ(0, io.read(buffer, sizeof(buffer), 0)) << "round " << round;
+        interrupter.join();
+    }
+    sigaction(SIGUSR1, &previous, nullptr);
 }
 
 TEST(TcpTransport, LabelShowsThePortInHostOrder) {

@@ -2,8 +2,9 @@
 
 #include <string.h>
 
-/* One byte for the whole process, so that the writing functions need no context argument. */
-unsigned char crc_ = 0;
+/* One byte per thread, so that the writing functions need no context argument and frames built on different
+ * threads keep apart. */
+PROTOCOL_THREAD_LOCAL unsigned char crc_ = 0;
 
 #define FAST_PACKET_HEADER 5u     /* "Q" and the 32-bit length */
 #define NOESCAPE_PACKET_HEADER 5u /* the 32-bit length and one unused byte */

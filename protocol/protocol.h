@@ -1,8 +1,9 @@
 /* The frame codec of the module link and the builders of every command the host sends.
  *
  * Writing: a frame is written one byte at a time through an append callback, by packet_start, any number of
- * process_* calls and packet_end, in that order. The running checksum of the frame being written is the one
- * process-wide byte crc_, so two threads must never build frames at the same time; nothing guards it.
+ * process_* calls and packet_end, in that order, on one thread. The running checksum of the frame being
+ * written, crc_, is a byte of the calling thread, so that threads may build frames at the same time, for one
+ * module each, without disturbing one another.
  *
  * Reading: parseData is a resumable state machine over a buffer owned by the caller. It accepts the escaped
  * frame, the fast packet ("Q" + 32-bit length) and the no-escape packet (after 7C 7C 7C 7C), in chunks of any
@@ -52,8 +53,21 @@ typedef struct ApplicationProtocol {
     uint8_t escape_pending;
 } ApplicationProtocol;
 
-/* The running checksum of the frame being written. */
-extern unsigned char crc_;
+/* The storage class of crc_: C11's keyword, else the one that gcc and clang give C99 and C++ alike, else
+ * C++11's. A compiler with none of them gets one byte for the whole process, and frames must then be built on
+ * one thread at a time. */
+#if defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
+#define PROTOCOL_THREAD_LOCAL _Thread_local
+#elif defined(__GNUC__)
+#define PROTOCOL_THREAD_LOCAL __thread
+#elif defined(__cplusplus) && __cplusplus >= 201103L
+#define PROTOCOL_THREAD_LOCAL thread_local
+#else
+#define PROTOCOL_THREAD_LOCAL
+#endif
+
+/* The running checksum of the frame the calling thread is writing. */
+extern PROTOCOL_THREAD_LOCAL unsigned char crc_;
 
 /* ---- Reading --------------------------------------------------------------------------------------------
  */

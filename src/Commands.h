@@ -1,8 +1,8 @@
 // Every command the host sends to a module, each returned as one complete escaped frame.
 //
 // A stateless wrapper over the plain builders of the protocol unit: each method collects the frame that its
-// builder writes. Frames are built with the process-wide running checksum, so one frame must be built by one
-// thread at a time.
+// builder writes. A frame is built in one run on the calling thread, with that thread's running checksum, so
+// threads may build frames at the same time.
 #ifndef DEVICEBRIDGE_COMMANDS_H
 #define DEVICEBRIDGE_COMMANDS_H
 

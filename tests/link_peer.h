@@ -14,8 +14,8 @@
 
 namespace link_test {
 
-// The emulator's framing rather than the codec's writer, whose checksum is one process-wide byte: frames made
-// on one thread while the host writes on another would disturb each other.
+// The emulator's framing rather than the codec's writer, so that the link's tests don't rest on the unit they
+// don't test.
 using emulator_wire::frame;
 
 inline Bytes ping_payload() {

@@ -1,6 +1,6 @@
 // The module's side of the three wire forms. A module frames its replies itself, with a checksum of its own:
-// the host library's frame writer keeps its running checksum in one process-wide byte, and an emulator that
-// shared it would corrupt the frames of a host running in the same process at the same moment.
+// it shares no code with the host library's frame writer, so that a fault there cannot hide on both ends of
+// the link.
 #ifndef DEVICEBRIDGE_TOOLS_MODULEWIRE_H
 #define DEVICEBRIDGE_TOOLS_MODULEWIRE_H
 

@@ -89,7 +89,7 @@ struct BridgeOnEmulator {
 
 void BM_PingBareCommunicator(benchmark::State& state) {
     ModuleEmulator emulator;
-    StdoutLogger logger(0, new DiscardedLines);
+    StdoutLogger logger(0, std::make_unique<DiscardedLines>());
     ConcreteFactory factory;
     UartIo io(logger, factory);
     std::unique_ptr<RadarCommunicator> communicator(new RadarCommunicator(io, factory, logger));

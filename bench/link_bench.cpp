@@ -26,7 +26,8 @@ public:
 
 struct Link {
     explicit Link(bool tcp)
-        : logger(0, new DiscardingLoggerIo()), peer(tcp ? Peer::tcp() : Peer::pseudo_terminal()) {
+        : logger(0, std::make_unique<DiscardingLoggerIo>()),
+          peer(tcp ? Peer::tcp() : Peer::pseudo_terminal()) {
         factory.reset(tcp ? static_cast<AbstractFactory*>(new TcpIpFactory(peer->address(), peer->port()))
                           : new ConcreteFactory());
         io.reset(new UartIo(logger, *factory));
@@ -57,8 +58,7 @@ double percentile(std::vector<double> values, double fraction) {
 // The ping is answered by the module emulator, as a user without hardware would run it.
 void round_trip(benchmark::State& state, bool tcp) {
     ModuleEmulator emulator(tcp ? ModuleEmulator::Transport::tcp : ModuleEmulator::Transport::pty);
-    DiscardingLoggerIo* sink = new DiscardingLoggerIo();
-    StdoutLogger logger(0, sink);
+    StdoutLogger logger(0, std::make_unique<DiscardingLoggerIo>());
     std::unique_ptr<AbstractFactory> factory(tcp ? static_cast<AbstractFactory*>(new TcpIpFactory(
                                                        htonl(INADDR_LOOPBACK), htons(emulator.tcp_port())))
                                                  : new ConcreteFactory());

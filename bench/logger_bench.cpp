@@ -16,7 +16,7 @@ public:
 };
 
 void BM_FilteredLog(benchmark::State& state) {
-    StdoutLogger logger(0, new NullIo);
+    StdoutLogger logger(0, std::make_unique<NullIo>());
     const std::string text = "a message nobody reads";
     for (auto _ : state)
         logger.log(5, text);
@@ -24,7 +24,7 @@ void BM_FilteredLog(benchmark::State& state) {
 BENCHMARK(BM_FilteredLog);
 
 void BM_FilteredStream(benchmark::State& state) {
-    StdoutLogger logger(0, new NullIo);
+    StdoutLogger logger(0, std::make_unique<NullIo>());
     for (auto _ : state) {
         lstream stream = logger.slog(5);
         stream << "value " << 42;
@@ -34,14 +34,14 @@ void BM_FilteredStream(benchmark::State& state) {
 BENCHMARK(BM_FilteredStream);
 
 void BM_FilteredTrace(benchmark::State& state) {
-    StdoutLogger logger(0, new NullIo);
+    StdoutLogger logger(0, std::make_unique<NullIo>());
     for (auto _ : state)
         Trace trace(logger, 3, "open");
 }
 BENCHMARK(BM_FilteredTrace);
 
 void BM_PassingLineIntoNullOutput(benchmark::State& state) {
-    StdoutLogger logger(-1, new NullIo);
+    StdoutLogger logger(-1, std::make_unique<NullIo>());
     const std::string text = "a message of ordinary length for the log";
     for (auto _ : state)
         logger.log(5, text);
@@ -49,7 +49,7 @@ void BM_PassingLineIntoNullOutput(benchmark::State& state) {
 BENCHMARK(BM_PassingLineIntoNullOutput);
 
 void BM_PrintBytesOfOneKilobyte(benchmark::State& state) {
-    StdoutLogger logger(-1, new NullIo);
+    StdoutLogger logger(-1, std::make_unique<NullIo>());
     const Bytes chunk(1024, 0x7d);
     for (auto _ : state)
         logger.print_bytes(5, chunk);
@@ -57,7 +57,7 @@ void BM_PrintBytesOfOneKilobyte(benchmark::State& state) {
 BENCHMARK(BM_PrintBytesOfOneKilobyte);
 
 void BM_FilteredPrintBytes(benchmark::State& state) {
-    StdoutLogger logger(0, new NullIo);
+    StdoutLogger logger(0, std::make_unique<NullIo>());
     const Bytes chunk(1024, 0x7d);
     for (auto _ : state)
         logger.print_bytes(5, chunk);

@@ -26,14 +26,7 @@ ActiveThread::ActiveThread(const std::string& name, Logger& logger)
 
 ActiveThread::~ActiveThread() {
     stop();
-    try {
-        lstream line = logger_.slog(5);
-        line << "~ActiveThread"
-             << ": " << name_;
-        line.flush();
-    } catch (...) {
-        // A destructor must not throw because a log file could not be opened.
-    }
+    log_quietly(logger_, 5, "~ActiveThread: ", name_);
 }
 
 void ActiveThread::add(std::function<void()> task) {
@@ -67,13 +60,7 @@ void ActiveThread::loop() {
         std::function<void()> task = q_.pop();
         task();
     }
-    try {
-        lstream line = logger_.slog(5);
-        line << "task ending: " << name_;
-        line.flush();
-    } catch (...) {
-        // Nothing may escape the thread's body; the error has reached the console already.
-    }
+    log_quietly(logger_, 5, "task ending: ", name_);
 }
 
 // Decided under the same mutex as add's test-and-push, so a task from another thread can't slip into the

@@ -27,8 +27,7 @@ BridgeStack::~BridgeStack() = default;
 std::unique_ptr<Logger> BridgeStack::create_logger(int log_level, std::unique_ptr<AbstractLoggerIo> output) {
     if (!output)
         output.reset(new DefaultLoggerIo(true, true));
-    std::unique_ptr<Logger> logger(new StdoutLogger(log_level, output.get()));
-    output.release();
+    std::unique_ptr<Logger> logger(new StdoutLogger(log_level, std::move(output)));
     logger->log(construction_level, "createing logger StdoutLogger");
     return logger;
 }

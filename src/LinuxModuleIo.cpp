@@ -50,9 +50,7 @@ LinuxModuleIo::LinuxModuleIo(Logger& logger) : logger_(logger), reads_(logger, :
 }
 
 LinuxModuleIo::~LinuxModuleIo() {
-    auto line = logger_.slog(2);
-    line << "Closing: " << device_name_;
-    line.flush();
+    log_quietly(logger_, 2, "Closing: ", device_name_);
     if (fd_ >= 0) {
         ::close(fd_);
     }

@@ -9,6 +9,7 @@
 #include "Bytes.h"
 #include "lstream.h"
 
+#include <sstream>
 #include <string>
 
 class Logger {
@@ -28,5 +29,17 @@ public:
     // A short rendering of a buffer: its size and at most 23 of its bytes. Tests the level before composing.
     virtual void print_bytes(unsigned int level, const Bytes& bytes) = 0;
 };
+
+// For destructors and the ends of threads, which must never let an exception out: logs the parts as one text
+// and drops whatever composing it or the logger's output throws (a debug file that cannot be reopened).
+template <typename... Parts>
+void log_quietly(Logger& logger, unsigned int level, const Parts&... parts) noexcept {
+    try {
+        std::ostringstream text;
+        (text << ... << parts);
+        logger.log(level, text.str());
+    } catch (...) {
+    }
+}
 
 #endif

@@ -40,7 +40,7 @@ template <typename Task> void PacketDispatcher::post(Task task) {
 PacketDispatcher::PacketDispatcher(Active* thread, Logger& logger) : thread_(thread), logger_(logger) {}
 
 PacketDispatcher::~PacketDispatcher() {
-    Trace trace(logger_, 3, "~PacketDispatcher");
+    Trace trace(logger_, 3, "~PacketDispatcher", std::nothrow);
     thread_->stop();
 }
 
@@ -118,10 +118,5 @@ bool PacketDispatcher::dispatch_to_callbacks(const Bytes& packet) {
 }
 
 void PacketDispatcher::report_failure(const char* what) {
-    try {
-        auto line = logger_.serror();
-        line << "PacketDispatcher: a task failed: " << what;
-        line.flush();
-    } catch (...) {
-    }
+    log_quietly(logger_, 0, "PacketDispatcher: a task failed: ", what);
 }

@@ -40,7 +40,7 @@ RadarCommunicator::RadarCommunicator(AbstractIo& io, AbstractFactory& factory, L
 
 RadarCommunicator::~RadarCommunicator() {
     {
-        Trace trace(logger_, 3, "~RadarCommunicator");
+        Trace trace(logger_, 3, "~RadarCommunicator", std::nothrow);
         for (const auto& entry : queues_) {
             dispatcher_->unsubscribe(entry.first);
         }

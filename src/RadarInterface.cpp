@@ -139,14 +139,10 @@ RadarInterface::RadarInterface(AbstractIo& io, const std::string& device_name, A
 }
 
 RadarInterface::~RadarInterface() {
-    try {
-        Trace trace(logger, trace_level, "~RadarInterface");
-        parser.reset();
-        commands.reset();
-        radar_communicator.reset();
-    } catch (...) {
-        // A destructor must not throw; a failing log file is no reason to stop tearing down the link.
-    }
+    Trace trace(logger, trace_level, "~RadarInterface", std::nothrow);
+    parser.reset();
+    commands.reset();
+    radar_communicator.reset();
 }
 
 int RadarInterface::open(const std::string& name) {

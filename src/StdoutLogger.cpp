@@ -38,18 +38,14 @@ std::string render_bytes(const Bytes& bytes) {
 
 } // namespace
 
-StdoutLogger::StdoutLogger(int log_level, Tervik::AbstractLoggerIo* logger_io)
+StdoutLogger::StdoutLogger(int log_level, std::unique_ptr<Tervik::AbstractLoggerIo> logger_io)
     : start_(std::chrono::system_clock::now()), level_(static_cast<std::uint32_t>(log_level)),
-      io_(logger_io) {
+      io_(std::move(logger_io)) {
     log(5, "createing logger StdoutLogger");
 }
 
 StdoutLogger::~StdoutLogger() {
-    try {
-        log(5, "~StdoutLogger");
-    } catch (...) {
-        // A destructor must not throw; a debug file that can't be opened has shown its error already.
-    }
+    log_quietly(*this, 5, "~StdoutLogger");
 }
 
 void StdoutLogger::set_log_level(int level) {

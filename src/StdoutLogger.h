@@ -15,9 +15,9 @@
 
 class StdoutLogger : public Logger {
 public:
-    // Takes ownership of logger_io, which must not be null. The start time taken here is the zero of every
-    // line.
-    StdoutLogger(int log_level, Tervik::AbstractLoggerIo* logger_io);
+    // logger_io must not be null. The start time taken here is the zero of every line. The constructor logs
+    // its first line, which may throw; the output dies with the half-built logger then.
+    StdoutLogger(int log_level, std::unique_ptr<Tervik::AbstractLoggerIo> logger_io);
     ~StdoutLogger() override;
     StdoutLogger(const StdoutLogger&) = delete;
     StdoutLogger& operator=(const StdoutLogger&) = delete;

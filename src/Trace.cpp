@@ -7,10 +7,16 @@ Trace::Trace(Logger& logger, unsigned int level, const std::string& name)
     logger.log(level, name + " -- begin");
 }
 
-Trace::~Trace() {
+Trace::Trace(Logger& logger, unsigned int level, const std::string& name, std::nothrow_t) noexcept
+    : logger(logger), level(level) {
+    log_quietly(logger, level, name, " -- begin");
+    // The copy allocates; should that fail, the end line goes out without the name.
     try {
-        logger.log(level, name + " -- end");
+        this->name = name;
     } catch (...) {
-        // Leaving a scope must not throw, least of all while an exception is already on its way out.
     }
+}
+
+Trace::~Trace() {
+    log_quietly(logger, level, name, " -- end");
 }

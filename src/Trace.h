@@ -2,6 +2,7 @@
 #ifndef DEVICEBRIDGE_TRACE_H
 #define DEVICEBRIDGE_TRACE_H
 
+#include <new>
 #include <string>
 
 class Logger;
@@ -10,6 +11,9 @@ class Trace {
 public:
     // Both texts are composed whatever the level; most traces run at level 3.
     Trace(Logger& logger, unsigned int level, const std::string& name);
+    // For a destructor's own scope: the begin line doesn't throw either.
+    Trace(Logger& logger, unsigned int level, const std::string& name, std::nothrow_t) noexcept;
+    // Never throws: a scope is often left while an exception is already on its way out.
     ~Trace();
     Trace(const Trace&) = delete;
     Trace& operator=(const Trace&) = delete;

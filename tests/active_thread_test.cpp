@@ -116,7 +116,7 @@ TEST(ActiveThreadTest, ThreadCarriesItsNameForTheSystemAndTheLog) {
     };
     std::vector<std::string> texts;
     {
-        StdoutLogger logger(5, new TextsIo(texts));
+        StdoutLogger logger(5, std::make_unique<TextsIo>(texts));
         ActiveThread thread("reader", logger);
     }
     EXPECT_NE(texts.end(), std::find(texts.begin(), texts.end(), "task ending: reader"));

@@ -115,6 +115,25 @@ TEST(DeviceBridge, DeviceNameIsNeverTakenForAnAddress) {
     EXPECT_TRUE(journal->output_deleted);
 }
 
+// An output that starts failing later (a debug file that cannot be reopened at rotation) reaches the threads
+// and destructors of the whole link: it costs the calls that log, and never the process.
+TEST(DeviceBridge, OutputThatStartsThrowingCostsOnlyTheCallsThatLog) {
+    ModuleEmulator emulator;
+    auto journal = std::make_shared<LogJournal>();
+    {
+        Tervik::DeviceBridge bridge(emulator.device_path(), -1, kept_lines(journal));
+        emulator.start_stream(ModuleEmulator::StreamKind::presence_single, 200);
+        journal->refusing = true;
+        unsigned int pong = 0;
+        EXPECT_EQ(1, bridge.get_radar_interface()->ping(&pong));
+        EXPECT_TRUE(eventually([&] { return journal->refused > 50; })) << "the reader and dispatcher log on";
+        journal->refusing = false;
+        EXPECT_EQ(0, bridge.get_radar_interface()->ping(&pong)) << "the link outlived the failures";
+        journal->refusing = true;
+    }
+    EXPECT_TRUE(journal->output_deleted);
+}
+
 TEST(DeviceBridge, DestroyedWhileStreamingLeavesNoThreadOrDescriptor) {
     ModuleEmulator emulator;
     const size_t threads = names_in("/proc/self/task").size();
@@ -307,6 +326,19 @@ TEST_F(DeviceBridgeDefaultOutput, DefaultOutputWritesTheDebugFile) {
     const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     EXPECT_NE(std::string::npos, text.find(" : createing logger StdoutLogger"));
     EXPECT_NE(std::string::npos, text.find("~RadarInterface -- end"));
+}
+
+// The working directory is gone, which stops even root from making the debug file. Whichever line of the
+// building first passes the level fails, and the constructor throws the logger's error after releasing each
+// part once: the logger's own line (5), the communicator's (4), a trace (3), the git sha (1).
+TEST_F(DeviceBridgeDefaultOutput, UnwritableDebugFileFailsTheConstructorAlone) {
+    ASSERT_EQ(0, rmdir(path.c_str()));
+    const std::string refused = "runtime_error file is not open after open";
+    for (int level : {5, 4, 3, 1}) {
+        SCOPED_TRACE(level);
+        EXPECT_EQ(refused, outcome([&] { Tervik::DeviceBridge bridge("", level); }));
+        EXPECT_EQ(refused, outcome([&] { Tervik::PythonDeviceBridge bridge(level); }));
+    }
 }
 
 // ---- the Python twin --------------------------------------------------------------------------------------

@@ -39,7 +39,7 @@ template <typename Call> std::string failure_of(Call call) {
 class LogCapture {
 public:
     explicit LogCapture(int level = -1)
-        : lines_(std::make_shared<Lines>()), logger_(level, new Sink(lines_)) {}
+        : lines_(std::make_shared<Lines>()), logger_(level, std::make_unique<Sink>(lines_)) {}
     Logger& logger() { return logger_; }
 
     // Lines that contain the text.

@@ -48,7 +48,7 @@ protected:
     }
 
     Lines lines;
-    std::unique_ptr<StdoutLogger> owner{new StdoutLogger(-1, new MemoryIo(lines))};
+    std::unique_ptr<StdoutLogger> owner{new StdoutLogger(-1, std::make_unique<MemoryIo>(lines))};
     StdoutLogger& logger = *owner;
 };
 
@@ -164,12 +164,13 @@ protected:
             lines.push_back(line);
         return lines;
     }
-    // Names carry whole seconds: just after a second begins, two quick opens share one; after the next
-    // begins, an open gets another name.
+    // Names carry the whole seconds of std::time: just after its second turns, two quick opens share a name;
+    // after the next turn, an open gets another. std::time reads a coarser clock than system_clock, which it
+    // can trail by a tick, so the turn is watched on std::time itself.
     static void wait_for_next_second() {
-        const auto now = std::chrono::system_clock::now();
-        std::this_thread::sleep_until(std::chrono::ceil<std::chrono::seconds>(now) +
-                                      std::chrono::milliseconds(5));
+        const std::time_t start = std::time(nullptr);
+        while (std::time(nullptr) == start)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
     fs::path previous;
@@ -215,12 +216,12 @@ TEST_F(DefaultLoggerIoTest, TwoFilesWithinOneSecondShareTheNameAndTheSecondEmpti
 TEST_F(DefaultLoggerIoTest, UnopenableFileThrowsIntoWhoeverLogs) {
     ASSERT_EQ(0, rmdir(directory.c_str()));
     try {
-        StdoutLogger logger(5, new DefaultLoggerIo(false, true));
+        StdoutLogger logger(5, std::make_unique<DefaultLoggerIo>(false, true));
         FAIL() << "the constructor's own line should have thrown";
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ("file is not open after open", error.what());
     }
-    StdoutLogger logger(0, new DefaultLoggerIo(false, true));
+    StdoutLogger logger(0, std::make_unique<DefaultLoggerIo>(false, true));
     EXPECT_THROW(logger.error("first"), std::runtime_error);
     EXPECT_THROW(logger.error("again, so the mutex was released"), std::runtime_error);
 }

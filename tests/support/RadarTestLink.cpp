@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <stdexcept>
 #include <thread>
 
 bool LogJournal::contains(const std::string& fragment) {
@@ -25,6 +26,10 @@ void LogJournal::clear() {
 }
 
 void JournalOutput::log(const std::string& line) {
+    if (journal->refusing) {
+        ++journal->refused;
+        throw std::runtime_error("file is not open after open");
+    }
     std::lock_guard<std::mutex> lock(journal->mutex);
     journal->lines.push_back(line);
 }
@@ -51,7 +56,8 @@ std::string outcome(const std::function<void()>& call) {
 }
 
 RadarTestLink::RadarTestLink()
-    : logger_(new StdoutLogger(3, new JournalOutput(journal))), io_(new UartIo(*logger_, factory_)),
+    : logger_(new StdoutLogger(3, std::make_unique<JournalOutput>(journal))),
+      io_(new UartIo(*logger_, factory_)),
       radar_(new Tervik::RadarInterface(*io_, module.device_path(), factory_, *logger_)) {}
 
 RadarTestLink::~RadarTestLink() = default;

@@ -24,6 +24,9 @@ struct LogJournal {
     std::mutex mutex;
     std::vector<std::string> lines;
     std::atomic<bool> output_deleted{false};
+    // While set, the output throws as a debug file that cannot be reopened does, and counts the lines lost.
+    std::atomic<bool> refusing{false};
+    std::atomic<int> refused{0};
 
     bool contains(const std::string& fragment);
     size_t count();

@@ -102,19 +102,33 @@ TEST_F(DirectorySplit, FileSplitsByDuration) {
     EXPECT_EQ(sent, read_all(meta_filename()).size());
 }
 
+// The test reads the clock the code reads, and takes everything again if the hour turned meanwhile.
 TEST(DailySplit, AtTheHourItselfTheNextSplitIsADayAhead) {
-    const std::time_t now = std::time(nullptr);
-    std::tm local, next;
-    localtime_r(&now, &local);
-    const std::time_t next_seconds = std::chrono::system_clock::to_time_t(next_split_time(local.tm_hour));
-    localtime_r(&next_seconds, &next);
+    using std::chrono::system_clock;
+    const auto local_time = [](system_clock::time_point when) {
+        const std::time_t seconds = system_clock::to_time_t(when);
+        std::tm local;
+        localtime_r(&seconds, &local);
+        return local;
+    };
+    std::time_t now;
+    std::tm local;
+    SystemTime at_this_hour, in_an_hour;
+    do {
+        const system_clock::time_point taken = system_clock::now();
+        now = system_clock::to_time_t(taken);
+        local = local_time(taken);
+        at_this_hour = next_split_time(local.tm_hour);
+        in_an_hour = next_split_time((local.tm_hour + 1) % 24);
+    } while (local_time(system_clock::now()).tm_hour != local.tm_hour);
+    const std::time_t next_seconds = system_clock::to_time_t(at_this_hour);
+    const std::tm next = local_time(at_this_hour);
     EXPECT_EQ(local.tm_hour, next.tm_hour);
     EXPECT_EQ(0, next.tm_min);
     EXPECT_EQ(0, next.tm_sec);
     EXPECT_GT(next_seconds - now, 22 * 3600);
     EXPECT_LE(next_seconds - now, 24 * 3600);
-    const SystemTime in_an_hour = next_split_time((local.tm_hour + 1) % 24);
-    EXPECT_LE(std::chrono::system_clock::to_time_t(in_an_hour) - now, 3600 + 3600); // daylight saving
+    EXPECT_LE(system_clock::to_time_t(in_an_hour) - now, 3600 + 3600); // daylight saving
 }
 
 // ---- a recording killed in the middle ---------------------------------------------------------------------

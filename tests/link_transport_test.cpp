@@ -12,6 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -127,19 +130,25 @@ TEST(TcpTransport, LabelShowsThePortInHostOrder) {
     EXPECT_EQ("tcp://10.1.2.3:4444", TcpIpModuleIo::label(inet_addr("10.1.2.3"), 0x5C11));
 }
 
+// A port bound without listening refuses, and stays ours: a port merely left free could be taken by any other
+// process meanwhile.
 TEST(TcpTransport, RefusedConnectionReportsAddressAndSystemError) {
     LogCapture log;
-    in_port_t port = 0;
-    {
-        ModuleEmulator gone(Transport::tcp);
-        port = htons(gone.tcp_port());
-    }
+    const int blocker = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(0, bind(blocker, reinterpret_cast<sockaddr*>(&address), length));
+    ASSERT_EQ(0, getsockname(blocker, reinterpret_cast<sockaddr*>(&address), &length));
+    const in_port_t port = address.sin_port;
     TcpIpModuleIo io(htonl(INADDR_LOOPBACK), port, log.logger());
     EXPECT_EQ(-1, io.open("anything"));
     EXPECT_TRUE(log.contains(" -- error connecting to addr " +
                              TcpIpModuleIo::label(htonl(INADDR_LOOPBACK), port) +
                              "\nsystem error: " + std::strerror(ECONNREFUSED) + "\n"));
     EXPECT_NO_THROW(io.set_baudrate(57600));
+    close(blocker);
 }
 
 class ByteLink : public ::testing::TestWithParam<Transport> {

@@ -90,8 +90,16 @@ uint32_t DataReader::get_filter() const {
 // --- reading
 // ---------------------------------------------------------------------------------------------------
 
-int DataReader::read_record(uint8_t* data, uint32_t size, uint32_t* read_count, uint32_t* data_type,
-                            int64_t* epoch, uint8_t* is_user_header) {
+namespace {
+
+// A record bigger than this is cut, as one read into a caller's smaller buffer is. No module sends a packet
+// of this size; the bound is there for sizes that a damaged file makes up.
+const size_t WholeRecordLimit = 64 * 1024 * 1024;
+
+// The next record of the chain, read from its meta file by read(file, &type, &epoch, &is_record).
+template <typename Read>
+int read_next(DataReader& reader, DataReaderPrivate& d, Read read, uint32_t* read_count, uint32_t* data_type,
+              int64_t* epoch, uint8_t* is_user_header) {
     zero_output(read_count);
     zero_output(data_type);
     zero_output(epoch);
@@ -100,22 +108,23 @@ int DataReader::read_record(uint8_t* data, uint32_t size, uint32_t* read_count, 
     int64_t time = 0;
     int count = 0;
     for (;;) {
-        if (!is_open() || at_end()) {
+        if (!reader.is_open() || reader.at_end()) {
             return 1;
         }
-        RecordingMetaFile* file = d_ptr->ensure_file_open_for_read();
+        RecordingMetaFile* file = d.ensure_file_open_for_read();
         if (!file) {
             return 1;
         }
-        count = file->read_record(data, size, &type, &time);
+        bool is_record = false;
+        count = read(*file, &type, &time, &is_record);
         if (count < 0) {
             return 1;
         }
-        if (count > 0 || !file->at_end()) {
+        if (is_record || count > 0 || !file->at_end()) {
             break;
         }
         // A close entry ended this meta file: the next record, if any, is in the next one.
-        if (at_end()) {
+        if (reader.at_end()) {
             return 1;
         }
     }
@@ -127,18 +136,20 @@ int DataReader::read_record(uint8_t* data, uint32_t size, uint32_t* read_count, 
     return 0;
 }
 
-int DataReader::peek_record(uint8_t* data, uint32_t size, uint32_t* read_count, uint32_t* data_type,
-                            int64_t* epoch, uint8_t* is_user_header) {
-    if (!is_open() || at_end()) {
+// read_next, with the position put back afterwards.
+template <typename Read>
+int peek_next(DataReader& reader, DataReaderPrivate& d, Read read, uint32_t* read_count, uint32_t* data_type,
+              int64_t* epoch, uint8_t* is_user_header) {
+    if (!reader.is_open() || reader.at_end()) {
         return 1;
     }
-    assert(d_ptr->current_file_index >= 0);
-    assert(d_ptr->current_file_index < int(d_ptr->file_list.size()));
-    const int old_index = d_ptr->current_file_index;
-    RecordingMetaFile* file = d_ptr->file_list[old_index].get();
+    assert(d.current_file_index >= 0);
+    assert(d.current_file_index < int(d.file_list.size()));
+    const int old_index = d.current_file_index;
+    RecordingMetaFile* file = d.file_list[old_index].get();
     const bool file_was_open = file->is_open();
     const int64_t old_file_pos = file->position();
-    const int result = read_record(data, size, read_count, data_type, epoch, is_user_header);
+    const int result = read_next(reader, d, read, read_count, data_type, epoch, is_user_header);
     if (file_was_open) {
         if (!file->open()) {
             return 1;
@@ -149,31 +160,42 @@ int DataReader::peek_record(uint8_t* data, uint32_t size, uint32_t* read_count, 
     }
     assert(file_was_open == file->is_open());
     assert(old_file_pos == file->position());
-    if (d_ptr->current_file_index != old_index) {
-        d_ptr->switch_to_file(old_index);
+    if (d.current_file_index != old_index) {
+        d.switch_to_file(old_index);
     }
     return result;
 }
 
-namespace {
-
-typedef int (DataReader::*RawRead)(uint8_t*, uint32_t, uint32_t*, uint32_t*, int64_t*, uint8_t*);
-
-DataRecord whole_record(DataReader& reader, RawRead read, Bytes& buffer, uint32_t max_record_size) {
-    // At least one byte: a read of size 0 would neither deliver nor move on.
-    const size_t wanted = std::max<size_t>(max_record_size, 1);
-    if (buffer.size() < wanted) {
-        buffer.resize(wanted);
+// Into the caller's buffer.
+struct ReadInto {
+    uint8_t* data;
+    uint32_t size;
+    int operator()(RecordingMetaFile& file, uint32_t* type, int64_t* time, bool* is_record) const {
+        return file.read_record(data, size, type, time, is_record);
     }
+};
+
+// Into the reader's own buffer, grown to the record as it is read: the header's max record size is a claim
+// of the file, and a damaged one must not size an allocation.
+struct ReadWhole {
+    Bytes* buffer;
+    int operator()(RecordingMetaFile& file, uint32_t* type, int64_t* time, bool* is_record) const {
+        return file.read_record_into(buffer, WholeRecordLimit, type, time, is_record);
+    }
+};
+
+typedef int (*NextRecord)(DataReader&, DataReaderPrivate&, ReadWhole, uint32_t*, uint32_t*, int64_t*,
+                          uint8_t*);
+
+DataRecord whole_record(DataReader& reader, DataReaderPrivate& d, NextRecord next) {
     DataRecord record;
     uint32_t read_count = 0;
     uint8_t is_user_header = 0;
-    const uint32_t size = uint32_t(std::min<size_t>(buffer.size(), UINT32_MAX));
-    record.is_valid = (reader.*read)(buffer.data(), size, &read_count, &record.data_type, &record.epoch,
-                                     &is_user_header) == 0;
+    record.is_valid = next(reader, d, ReadWhole{&d.read_buffer}, &read_count, &record.data_type,
+                           &record.epoch, &is_user_header) == 0;
     record.is_user_header = is_user_header != 0;
     if (record.is_valid) {
-        record.data.assign(buffer.begin(), buffer.begin() + read_count);
+        record.data.assign(d.read_buffer.begin(), d.read_buffer.begin() + read_count);
     }
     assert(record.data.size() == read_count);
     return record;
@@ -181,12 +203,22 @@ DataRecord whole_record(DataReader& reader, RawRead read, Bytes& buffer, uint32_
 
 } // namespace
 
+int DataReader::read_record(uint8_t* data, uint32_t size, uint32_t* read_count, uint32_t* data_type,
+                            int64_t* epoch, uint8_t* is_user_header) {
+    return read_next(*this, *d_ptr, ReadInto{data, size}, read_count, data_type, epoch, is_user_header);
+}
+
+int DataReader::peek_record(uint8_t* data, uint32_t size, uint32_t* read_count, uint32_t* data_type,
+                            int64_t* epoch, uint8_t* is_user_header) {
+    return peek_next(*this, *d_ptr, ReadInto{data, size}, read_count, data_type, epoch, is_user_header);
+}
+
 DataRecord DataReader::read_record() {
-    return whole_record(*this, &DataReader::read_record, d_ptr->read_buffer, d_ptr->max_record_size);
+    return whole_record(*this, *d_ptr, &read_next<ReadWhole>);
 }
 
 DataRecord DataReader::peek_record() {
-    return whole_record(*this, &DataReader::peek_record, d_ptr->read_buffer, d_ptr->max_record_size);
+    return whole_record(*this, *d_ptr, &peek_next<ReadWhole>);
 }
 
 // --- seeking

@@ -11,8 +11,11 @@
 #include "WriteFileMetaEntry.h"
 
 #include <cassert>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -46,6 +49,8 @@ const size_t batch_bytes = 64 * 1024;
 const size_t max_spare_batches = 64;
 // How long a close waits for a free millisecond name before it keeps the ".writing" name.
 const int rename_attempts = 2000;
+// The meta file's entries are buffered up to this size before they follow their data to the disk.
+const size_t meta_commit_size = 64 * 1024;
 
 bool starts_with(const std::string& text, const std::string& prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
@@ -85,6 +90,68 @@ std::string milliseconds_of_clock() {
     char text[8];
     std::snprintf(text, sizeof(text), "%03d", static_cast<int>(ms));
     return text;
+}
+
+enum NameAttempt { NameFree, NameTaken, NameFailed };
+
+// Tries stem + tail, then, while `attempt` finds the name taken, stem + "_<ms>ms" + tail with the clock's
+// milliseconds, waiting for the next millisecond between tries. The name that was free, or empty.
+template <typename Attempt>
+std::string claim_name(const std::string& stem, const std::string& tail, Attempt attempt) {
+    std::string name = stem + tail;
+    for (int tries = 0; tries <= rename_attempts; ++tries) {
+        switch (attempt(name)) {
+        case NameFree:
+            return name;
+        case NameFailed:
+            return std::string();
+        case NameTaken:
+            break;
+        }
+        if (tries > 0)
+            std::this_thread::sleep_for(milliseconds(1));
+        name = stem + "_" + milliseconds_of_clock() + "ms" + tail;
+    }
+    return std::string();
+}
+
+// Takes back the entries in the meta file's buffer that name bytes of data file `index` beyond `on_disk`,
+// and lowers the running totals of those behind them. Returns the bytes taken back. An entry that is on disk,
+// even in part, went there after its data did.
+int64_t take_back_entries(RecordingFile& meta_file, int64_t first_entry_offset, uint32_t index,
+                          int64_t on_disk) {
+    const int64_t entry_size = static_cast<int64_t>(AbstractMetaEntry::EntrySize);
+    int64_t start = first_entry_offset - meta_file.written();
+    if (start < 0)
+        start = (start % entry_size + entry_size) % entry_size;
+    Bytes& pending = meta_file.buffer();
+    size_t at = std::min(static_cast<size_t>(start), pending.size());
+    Bytes kept(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(at));
+    int64_t taken = 0;
+    for (; at + AbstractMetaEntry::EntrySize <= pending.size(); at += AbstractMetaEntry::EntrySize) {
+        const MetaEntry entry = decode_meta_entry(&pending[at]);
+        const int64_t total = entry.total_bytes_recorded - taken;
+        Bytes raw;
+        if (entry.type == AbstractMetaEntry::WriteFile) {
+            if (entry.filename_index == index && entry.offset + entry.bytes_written > on_disk) {
+                taken += entry.bytes_written;
+                continue;
+            }
+            raw = WriteFileMetaEntry(entry.epoch_offset, entry.data_type, entry.bytes_written, entry.offset,
+                                     total, entry.filename_index)
+                      .to_raw();
+        } else if (entry.type == AbstractMetaEntry::CloseFile) {
+            raw = CloseFileMetaEntry(entry.epoch_offset, entry.data_type, entry.offset, total,
+                                     entry.filename_index)
+                      .to_raw();
+        } else {
+            break;
+        }
+        kept.insert(kept.end(), raw.begin(), raw.end());
+    }
+    kept.insert(kept.end(), pending.begin() + static_cast<std::ptrdiff_t>(at), pending.end());
+    pending.swap(kept);
+    return taken;
 }
 
 void write_bytes(std::ostream& stream, const Bytes& bytes) {
@@ -578,7 +645,7 @@ void DataRecorderPrivate::do_process(DataType data_type, const Bytes& data) {
     assert(session_meta->id == meta->session_id);
     if (rate_limited(meta))
         return;
-    if (!start_recording_meta(object)) {
+    if (!prepare_session_files(object) || !start_recording_meta(object)) {
         log_error("WARNING: failed to start recording of meta for data type: " +
                   data_type_to_string(data_type));
         return;
@@ -650,6 +717,23 @@ bool DataRecorderPrivate::rate_limited(const MetaData* meta) const {
            steady_ms_since(meta->last_write_time) < meta->data_rate_limit;
 }
 
+// Before a packet: the files of a session whose directory was removed start anew, before the packet needs a
+// new data file there; buffered entries follow their data to the disk; and a meta file that the disk refused
+// is tried again. While it is refused, packets are dropped rather than kept in memory.
+bool DataRecorderPrivate::prepare_session_files(const MetaObject& object) {
+    SessionMetaData* session_meta = object.second;
+    if (!session_meta->meta_file.is_open())
+        return true;
+    if (session_meta->files_vanished ||
+        (!object.first->file.is_open() && session_meta->meta_file.unlinked())) {
+        reopen_vanished_session(session_meta);
+        return true;
+    }
+    if (session_meta->meta_file.failed() || session_meta->meta_file.buffer().size() >= meta_commit_size)
+        return commit_session_files(session_meta);
+    return true;
+}
+
 // After the record that reached a limit: a file is never cut inside a record. Data files split before the
 // directory does.
 void DataRecorderPrivate::split_if_due(const MetaObject& object) {
@@ -668,11 +752,11 @@ void DataRecorderPrivate::split_if_due(const MetaObject& object) {
     }
 }
 
+// A packet of no payload is a record of no bytes: its entry keeps the time it came.
 void DataRecorderPrivate::store(const MetaObject& object, const DiskRecord& record) {
     if (!record.message.empty())
         log_error(record.message);
-    // A record of no bytes would be an entry that reads back as nothing.
-    if (record.accepted && !record.bytes.empty())
+    if (record.accepted)
         write_file(object, record.bytes, false);
 }
 
@@ -717,7 +801,8 @@ void DataRecorderPrivate::process_respiration_detectionlist_data(const MetaObjec
 
 // ---- data files ---------------------------------------------------------------------------------------
 
-// A failed write of the stream is not looked at: the meta file notes what was meant to be written.
+// A write that the disk refuses loses this record and those still buffered for the file, which then closes
+// with what it holds; the next packet opens a new one.
 bool DataRecorderPrivate::write_file(const MetaObject& object, const Bytes& data, bool is_user_header) {
     MetaData* meta = object.first;
     SessionMetaData* session_meta = object.second;
@@ -727,13 +812,92 @@ bool DataRecorderPrivate::write_file(const MetaObject& object, const Bytes& data
         return false;
     meta->last_write_time = steady_clock::now();
     meta->has_written = true;
-    meta->file.write(data);
     const uint32_t count = static_cast<uint32_t>(data.size());
     meta->file_size += count;
     session_meta->bytes_recorded += count;
     const uint32_t key = is_user_header ? ~uint32_t(meta->data_type) : uint32_t(meta->data_type);
     session_meta->current_bytes_written[key] += count;
-    return true;
+    if (meta->file.write(data))
+        return true;
+    drop_unwritten_data(object);
+    close_file(object);
+    return false;
+}
+
+// What of a data file never reached the disk is gone: this round's records of the type and the buffered
+// entries that name bytes beyond what the file holds are taken back, and the file ends where it ends on disk.
+void DataRecorderPrivate::drop_unwritten_data(const MetaObject& object) {
+    MetaData* meta = object.first;
+    SessionMetaData* session_meta = object.second;
+    log_system_error("failed to write file: " + meta->filename, meta->file.error());
+    const int64_t on_disk = meta->file.written();
+    meta->file.discard();
+    std::map<uint32_t, uint32_t>& round = session_meta->current_bytes_written;
+    for (uint32_t key : {uint32_t(meta->data_type), ~uint32_t(meta->data_type)}) {
+        std::map<uint32_t, uint32_t>::iterator entry = round.find(key);
+        if (entry != round.end()) {
+            session_meta->bytes_recorded -= entry->second;
+            round.erase(entry);
+        }
+    }
+    if (meta->session_filename_index >= 0)
+        session_meta->bytes_recorded -=
+            take_back_entries(session_meta->meta_file, session_meta->first_entry_offset,
+                              static_cast<uint32_t>(meta->session_filename_index), on_disk);
+    meta->file_size = on_disk;
+}
+
+// Data files first, then the meta file: an entry on disk never names bytes that aren't. A data file that the
+// disk refuses loses its unwritten records here and is replaced at its type's next packet.
+bool DataRecorderPrivate::commit_session_files(SessionMetaData* session_meta) {
+    for (const MetaObject& object : session_data_files(session_meta)) {
+        if (object.first->file.is_open() && !object.first->file.flush())
+            drop_unwritten_data(object);
+    }
+    if (session_meta->meta_file.unlinked())
+        session_meta->files_vanished = true;
+    return flush_meta_file(session_meta);
+}
+
+// A refused meta file keeps its bytes and is tried again; its failure and its recovery are logged once.
+bool DataRecorderPrivate::flush_meta_file(SessionMetaData* session_meta) {
+    const bool was_failing = session_meta->meta_file.failed();
+    if (session_meta->meta_file.flush()) {
+        if (was_failing)
+            log_info("writing again to file: " + session_meta->meta_filename);
+        return true;
+    }
+    if (!was_failing)
+        log_system_error("failed to write file: " + session_meta->meta_filename,
+                         session_meta->meta_file.error());
+    return false;
+}
+
+// The data types whose files belong to the session: those stopped but not yet closed, and those recording.
+std::vector<MetaObject> DataRecorderPrivate::session_data_files(SessionMetaData* session_meta) const {
+    std::vector<MetaObject> files;
+    std::lock_guard<std::mutex> lock(mutex);
+    for (const MetaObject& entry : scheduled_for_deletion) {
+        if (entry.second == session_meta)
+            files.push_back(entry);
+    }
+    for (const std::pair<const DataType, MetaData*>& entry : enabled_data_types) {
+        if ((session_meta->data_types & entry.first) && entry.second->session_id == session_meta->id)
+            files.push_back(MetaObject(entry.second, session_meta));
+    }
+    return files;
+}
+
+// The session directory went away with the files in it: they are closed where they stand, and the session
+// makes its directory and a meta file anew.
+void DataRecorderPrivate::reopen_vanished_session(SessionMetaData* session_meta) {
+    log_error("session directory vanished", "  |-- directory: " + data_directory(session_meta));
+    for (const MetaObject& object : session_data_files(session_meta))
+        close_file(object);
+    close_session_file(session_meta, true);
+    session_meta->files_vanished = false;
+    if (!file_exists(session_meta->session_directory))
+        session_meta->session_directory_created = false;
 }
 
 bool DataRecorderPrivate::ensure_file_open(const MetaObject& object) {
@@ -742,7 +906,8 @@ bool DataRecorderPrivate::ensure_file_open(const MetaObject& object) {
     assert(meta != 0);
     assert(session_meta);
     if (meta->file.is_open()) {
-        if (!greater_than_split_size(meta))
+        // A file that the disk refused ends with what it holds, as a split ends one.
+        if (!meta->file.failed() && !greater_than_split_size(meta))
             return ensure_file_header(object);
         close_file(object);
     }
@@ -754,7 +919,7 @@ bool DataRecorderPrivate::ensure_file_open(const MetaObject& object) {
     log_info("open new file for data type:" + data_type_to_string(meta->data_type),
              "  |-- file: " + meta->filename);
     if (!meta->file.open(meta->filename)) {
-        log_error("failed to open file: " + meta->filename);
+        log_system_error("failed to open file: " + meta->filename, meta->file.error());
         meta->filename.clear();
         return false;
     }
@@ -815,14 +980,16 @@ void DataRecorderPrivate::close_file(const MetaObject& object) {
     if (!meta->file.is_open())
         return;
     log_info("closing file: " + meta->filename);
+    if (!meta->file.flush())
+        drop_unwritten_data(object);
     meta->file.close();
-    if (meta->file_size == 0) {
+    // No entry names a file that was never written, or whose every record the disk refused.
+    if (meta->session_filename_index < 0) {
         log_info("removing empty file: " + meta->filename);
         std::remove(meta->filename.c_str());
         meta->filename.clear();
         return;
     }
-    assert(meta->session_filename_index >= 0);
     write_meta_entry(session_meta,
                      CloseFileMetaEntry(ms_since(steady_clock::now(), session_meta->start_time),
                                         meta->data_type, meta->file_size, session_meta->bytes_recorded,
@@ -832,6 +999,9 @@ void DataRecorderPrivate::close_file(const MetaObject& object) {
     assert(meta->session_filename_index < int(session_meta->filenames.size()));
     assert(starts_with(meta->filename, meta->directory));
     session_meta->filenames[meta->session_filename_index] = relative_to(meta->filename, meta->directory);
+    // A closed file is complete on disk with its entries, so that neither a crash nor a full disk later
+    // takes it from the recording.
+    commit_session_files(session_meta);
     const DataRecorder::FileAvailableCallback callback = file_callback(meta->data_type);
     if (callback)
         callback(meta->data_type, meta->filename);
@@ -849,15 +1019,12 @@ std::string DataRecorderPrivate::rename_closed_file(MetaData* meta) {
     if (extension.empty())
         programming_error("internal error: case not handled in switch", "close_file");
     const std::string stem = meta->filename.substr(0, meta->filename.size() - writing_extension_size);
-    std::string name = stem + "." + extension;
-    for (int attempt = 0; file_exists(name); ++attempt) {
-        if (attempt > 0)
-            std::this_thread::sleep_for(milliseconds(1));
-        if (attempt == rename_attempts) {
-            log_error("warning: failed to rename file!");
-            return meta->filename;
-        }
-        name = stem + "_" + milliseconds_of_clock() + "ms." + extension;
+    const std::string name = claim_name(stem, "." + extension, [](const std::string& candidate) {
+        return file_exists(candidate) ? NameTaken : NameFree;
+    });
+    if (name.empty()) {
+        log_error("warning: failed to rename file!");
+        return meta->filename;
     }
     log_info("renaming file to: " + name);
     if (std::rename(meta->filename.c_str(), name.c_str()) != 0) {
@@ -954,14 +1121,16 @@ void DataRecorderPrivate::note_new_data_file(const MetaObject& object) {
     Bytes record;
     append_32bits(record, static_cast<uint32_t>(meta->session_filename_index));
     AbstractMetaEntry::string_to_bytes(relative_to(meta->filename, meta->directory), &record);
-    write_bytes(session_meta->journal, record);
-    // The journal and the meta header are what a crash leaves to repair a recording from; both are small.
+    // The journal and the meta header are what a crash leaves to repair a recording from; both are small. A
+    // refused write stays buffered and goes with the next.
+    session_meta->journal.append(record);
     session_meta->journal.flush();
 }
 
+// Buffered until the data it names is on disk (commit_session_files).
 void DataRecorderPrivate::write_meta_entry(SessionMetaData* session_meta, const AbstractMetaEntry& entry) {
     if (entry.is_valid())
-        write_bytes(session_meta->meta_file, entry.to_raw());
+        session_meta->meta_file.append(entry.to_raw());
 }
 
 bool DataRecorderPrivate::ensure_session_file_open(SessionMetaData* session_meta) {
@@ -969,12 +1138,8 @@ bool DataRecorderPrivate::ensure_session_file_open(SessionMetaData* session_meta
     if (session_meta->meta_file.is_open() && session_meta->journal.is_open())
         return true;
     if (!session_meta->session_directory_created) {
-        if (mkdir(session_meta->session_directory.c_str(), 0777) != 0) {
-            log_error("failed to create session directory",
-                      "  |-- directory: " + session_meta->session_directory);
+        if (!make_session_directory(session_meta))
             return false;
-        }
-        session_meta->session_directory_created = true;
         if (radar_interface)
             fetch_from_module(session_meta);
     }
@@ -988,27 +1153,53 @@ bool DataRecorderPrivate::ensure_session_file_open(SessionMetaData* session_meta
     return open_session_files(session_meta);
 }
 
+// A directory of the name exists when a session of the same id started within the same second: the new one
+// takes the clock's milliseconds, as a data file does whose name is taken, and never writes into another's.
+bool DataRecorderPrivate::make_session_directory(SessionMetaData* session_meta) {
+    int error = 0;
+    const std::string name =
+        claim_name(session_meta->session_directory, "", [&error](const std::string& path) {
+            if (mkdir(path.c_str(), 0777) == 0)
+                return NameFree;
+            error = errno;
+            return error == EEXIST ? NameTaken : NameFailed;
+        });
+    if (name.empty()) {
+        log_error("failed to create session directory");
+        log_system_error("  |-- directory: " + session_meta->session_directory, error);
+        return false;
+    }
+    if (name != session_meta->session_directory) {
+        std::lock_guard<std::mutex> lock(mutex);
+        session_meta->session_directory = name;
+    }
+    session_meta->session_directory_created = true;
+    return true;
+}
+
 bool DataRecorderPrivate::open_session_files(SessionMetaData* session_meta) {
     const std::string directory = data_directory(session_meta);
     session_meta->meta_filename = directory + meta_writing_name;
     session_meta->journal_filename = directory + journal_writing_name;
     log_info("open new session file", "  |-- file: " + session_meta->meta_filename);
     session_meta->bytes_recorded = 0;
-    session_meta->meta_file.open(session_meta->meta_filename, std::ios::out | std::ios::binary);
-    if (!session_meta->meta_file.is_open()) {
-        log_error("failed to open file: " + session_meta->meta_filename);
+    if (!session_meta->meta_file.open(session_meta->meta_filename)) {
+        log_system_error("failed to open file: " + session_meta->meta_filename,
+                         session_meta->meta_file.error());
         return false;
     }
-    session_meta->journal.open(session_meta->journal_filename, std::ios::out | std::ios::binary);
-    if (!session_meta->journal.is_open()) {
-        log_error("failed to open file: " + session_meta->journal_filename);
+    if (!session_meta->journal.open(session_meta->journal_filename)) {
+        log_system_error("failed to open file: " + session_meta->journal_filename,
+                         session_meta->journal.error());
         session_meta->meta_file.close();
         return false;
     }
     session_meta->created = system_ms_now();
     session_meta->start_time = steady_clock::now();
-    write_bytes(session_meta->meta_file, initial_meta_header(session_meta));
-    session_meta->meta_file.flush();
+    const Bytes header = initial_meta_header(session_meta);
+    session_meta->first_entry_offset = static_cast<int64_t>(header.size());
+    session_meta->meta_file.append(header);
+    flush_meta_file(session_meta);
     return true;
 }
 
@@ -1023,17 +1214,20 @@ void DataRecorderPrivate::close_session_file(SessionMetaData* session_meta, bool
         }
         return;
     }
-    const int64_t file_map_offset = static_cast<int64_t>(session_meta->meta_file.tellp());
-    write_meta_entry(session_meta, FileMapMetaEntry(ms_since(steady_clock::now(), session_meta->start_time),
-                                                    session_meta->filenames));
+    const bool finished = finish_session_file(session_meta);
     session_meta->filenames.clear();
-    finish_session_header(session_meta, file_map_offset);
-    log_info("closing file: " + session_meta->meta_filename);
-    session_meta->meta_file.close();
     session_meta->bytes_recorded = 0;
     session_meta->written_data_types = 0;
     session_meta->max_record_size = 0;
     std::string name = session_meta->meta_filename;
+    if (!finished) {
+        // The disk refused it: it stays as a crash leaves it, with its journal, for a repair. A later meta
+        // file of the session links to the last one that was finished.
+        log_error("failed to finish meta file: " + name);
+        session_meta->journal.close();
+        session_meta->meta_filename.clear();
+        return;
+    }
     if (ends_with(name, writing_extension)) {
         const std::string final_name = name.substr(0, name.size() - writing_extension_size) + ".dat";
         log_info("renaming session file to: " + final_name);
@@ -1054,9 +1248,18 @@ void DataRecorderPrivate::close_session_file(SessionMetaData* session_meta, bool
     announce_meta_file(session_meta, split, previous);
 }
 
-void DataRecorderPrivate::finish_session_header(SessionMetaData* session_meta, int64_t file_map_offset) {
-    session_meta->meta_file.seekp(meta_state_offset);
-    write_bytes(session_meta->meta_file, closing_meta_header(session_meta, file_map_offset));
+// The file map behind the entries, then the header's fields of a closed file, in one write; false if the
+// disk refused any of it.
+bool DataRecorderPrivate::finish_session_file(SessionMetaData* session_meta) {
+    const int64_t file_map_offset = session_meta->meta_file.size();
+    write_meta_entry(session_meta, FileMapMetaEntry(ms_since(steady_clock::now(), session_meta->start_time),
+                                                    session_meta->filenames));
+    bool finished = flush_meta_file(session_meta) &&
+                    session_meta->meta_file.write_at(meta_state_offset,
+                                                     closing_meta_header(session_meta, file_map_offset));
+    log_info("closing file: " + session_meta->meta_filename);
+    finished = session_meta->meta_file.close() && finished;
+    return finished;
 }
 
 // Appends the name of the file just closed to its predecessor and points the predecessor's header at it. A
@@ -1081,6 +1284,9 @@ void DataRecorderPrivate::link_previous_meta_file(SessionMetaData* session_meta,
     Bytes counted;
     AbstractMetaEntry::string_to_bytes(link, &counted);
     write_bytes(file, counted);
+    // A header that pointed at a name the disk refused would make the predecessor unreadable.
+    if (!file.flush())
+        return;
     Bytes offset_bytes;
     append_64bits(offset_bytes, offset);
     file.seekp(meta_next_offset);
@@ -1107,27 +1313,10 @@ void DataRecorderPrivate::update_session_sub_directory(SessionMetaData* session_
     const int next_index = session_meta->sub_directory_index + 1;
     assert(next_index >= 0);
     const std::string next_name = sub_directory_name(session_meta->id, next_index);
-    std::map<DataType, MetaData*> enabled;
-    std::list<MetaObject> scheduled;
-    uint32_t session_types;
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        enabled = enabled_data_types;
-        scheduled = scheduled_for_deletion;
-        session_types = session_meta->data_types;
-    }
     const std::string directory = session_meta->session_directory + "/" + next_name;
-    for (const MetaObject& entry : scheduled) {
-        if (entry.second == session_meta) {
-            close_file(entry);
-            entry.first->directory = directory;
-        }
-    }
-    for (const std::pair<const DataType, MetaData*>& entry : enabled) {
-        if ((session_types & entry.first) && entry.second->session_id == session_meta->id) {
-            close_file(MetaObject(entry.second, session_meta));
-            entry.second->directory = directory;
-        }
+    for (const MetaObject& entry : session_data_files(session_meta)) {
+        close_file(entry);
+        entry.first->directory = directory;
     }
     close_session_file(session_meta, true);
     std::lock_guard<std::mutex> lock(mutex);
@@ -1227,6 +1416,11 @@ void DataRecorderPrivate::log_error(const std::string& text) const {
 void DataRecorderPrivate::log_error(const std::string& text, const std::string& detail) const {
     logger.error(text);
     logger.error(detail);
+}
+
+// The text, then what the system said: the errno of the failed call, taken at once after it.
+void DataRecorderPrivate::log_system_error(const std::string& text, int error) const {
+    log_error(text, std::string("system error: ") + std::strerror(error));
 }
 
 // The recorder's informational lines: files opened, closed and renamed.

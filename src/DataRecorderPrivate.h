@@ -8,15 +8,14 @@
 
 #include "AbstractMetaEntry.h"
 #include "Bytes.h"
-#include "DataFileStream.h"
 #include "DataPacketToDisk.h"
 #include "DataRecorder.h"
 #include "DataTypes.h"
 #include "PreferredSplitSize.h"
+#include "RecordingFile.h"
 
 #include <chrono>
 #include <cstdint>
-#include <fstream>
 #include <list>
 #include <map>
 #include <memory>
@@ -41,7 +40,7 @@ struct MetaData {
     std::string directory;
     PreferredSplitSize file_split_size;
     Bytes user_header;
-    DataFileStream file;
+    RecordingFile file;
     // Full path of the open data file; empty between files.
     std::string filename;
     int64_t file_size = 0;
@@ -74,6 +73,8 @@ struct SessionMetaData {
     int64_t bytes_recorded = 0;
     int sub_directory_index = -1;
     bool session_directory_created = false;
+    // The meta file lost its name: the directory was removed under the recording.
+    bool files_vanished = false;
     bool about_to_be_destroyed = false;
     bool meta_file_announcement_pending = false;
     std::string meta_filename;
@@ -81,8 +82,10 @@ struct SessionMetaData {
     std::string previous_meta_filename;
     std::string current_sub_directory;
     PreferredSplitSize directory_split_size;
-    std::ofstream meta_file;
-    std::ofstream journal;
+    RecordingFile meta_file;
+    RecordingFile journal;
+    // Where the meta file's entries begin: the size of its header and session id.
+    int64_t first_entry_offset = 0;
     // Bytes written in the current round, by data type, or by its complement for a user header.
     std::map<uint32_t, uint32_t> current_bytes_written;
     std::vector<std::string> filenames;
@@ -164,6 +167,7 @@ private:
     std::shared_ptr<PacketBatch> new_batch();
     void do_process(DataType data_type, const Bytes& data);
     bool rate_limited(const MetaData* meta) const;
+    bool prepare_session_files(const MetaObject& object);
     void split_if_due(const MetaObject& object);
     void store(const MetaObject& object, const DiskRecord& record);
     void process_baseband_data(const MetaObject& object, const Bytes& data);
@@ -181,7 +185,13 @@ private:
 
     // --- files
     bool write_file(const MetaObject& object, const Bytes& data, bool is_user_header);
+    void drop_unwritten_data(const MetaObject& object);
+    bool commit_session_files(SessionMetaData* session_meta);
+    bool flush_meta_file(SessionMetaData* session_meta);
+    std::vector<MetaObject> session_data_files(SessionMetaData* session_meta) const;
+    void reopen_vanished_session(SessionMetaData* session_meta);
     bool ensure_session_file_open(SessionMetaData* session_meta);
+    bool make_session_directory(SessionMetaData* session_meta);
     bool open_session_files(SessionMetaData* session_meta);
     bool ensure_file_open(const MetaObject& object);
     bool ensure_file_header(const MetaObject& object);
@@ -195,7 +205,7 @@ private:
     std::string rename_closed_file(MetaData* meta);
     void close_file_deferred(DataType data_type);
     void close_session_file(SessionMetaData* session_meta, bool split);
-    void finish_session_header(SessionMetaData* session_meta, int64_t file_map_offset);
+    bool finish_session_file(SessionMetaData* session_meta);
     void link_previous_meta_file(SessionMetaData* session_meta, const std::string& previous);
     void announce_meta_file(SessionMetaData* session_meta, bool split, const std::string& previous);
     void update_session_sub_directory(SessionMetaData* session_meta);
@@ -203,6 +213,7 @@ private:
 
     // --- logging and callbacks
     void log_error(const std::string& text, const std::string& detail) const;
+    void log_system_error(const std::string& text, int error) const;
     void log_info(const std::string& text, const std::string& detail = std::string()) const;
     DataRecorder::FileAvailableCallback file_callback(DataType data_type) const;
     DataRecorder::MetaFileAvailableCallback meta_file_callback() const;

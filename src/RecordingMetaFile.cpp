@@ -8,7 +8,6 @@
 #include <cmath>
 #include <iostream>
 #include <stdexcept>
-#include <sys/stat.h>
 
 namespace Tervik {
 
@@ -16,7 +15,6 @@ namespace {
 
 const size_t EntrySize = AbstractMetaEntry::EntrySize;
 const size_t ChunkSize = 4096;
-const uint32_t NoFilter = 0xFFFFFFFF;
 // Offsets of fields inside an entry.
 const size_t TypeField = 4;
 const size_t TotalBytesField = 25;
@@ -33,18 +31,6 @@ template <typename T> T read_from(FILE& file) {
     T value = 0;
     file >> value;
     return value;
-}
-
-MetaEntry decode_entry(const unsigned char* raw) {
-    MetaEntry entry;
-    entry.epoch_offset = le32(raw);
-    entry.type = raw[4];
-    entry.data_type = le32(raw + 5);
-    entry.bytes_written = le32(raw + 9);
-    entry.filename_index = le32(raw + 13);
-    entry.offset = le64(raw + 17);
-    entry.total_bytes_recorded = le64(raw + TotalBytesField);
-    return entry;
 }
 
 bool is_record_data_type(uint32_t data_type) {
@@ -136,7 +122,6 @@ bool RecordingMetaFile::open_steps() {
     m_data_files.assign(m_file_map.size(), nullptr);
     m_data_file_positions.assign(m_file_map.size(), -1);
     resolve_next_meta_filename(next_name);
-    clamp_max_record_size();
     m_file_position = m_first_entry_offset;
     empty_chunk();
     assert(!ferror(m_file));
@@ -291,25 +276,6 @@ void RecordingMetaFile::resolve_next_meta_filename(const std::string& next_name)
     m_next_meta_filename = directory + (directory.empty() ? "" : "/") + name;
 }
 
-// A reader sizes its buffer by the header's max record size. No record is larger than the data file that
-// holds it, so a larger value is corrupt and is cut down before anyone allocates by it.
-void RecordingMetaFile::clamp_max_record_size() {
-    if (m_header.version < 12) {
-        return;
-    }
-    int64_t largest = 0;
-    const std::string directory = directory_of_data_files();
-    for (const std::string& name : m_file_map) {
-        struct stat status;
-        if (!name.empty() && stat((directory + "/" + name).c_str(), &status) == 0) {
-            largest = std::max<int64_t>(largest, status.st_size);
-        }
-    }
-    if (int64_t(m_header.max_record_size) > largest) {
-        m_header.max_record_size = static_cast<uint32_t>(largest);
-    }
-}
-
 std::string RecordingMetaFile::dirname(const std::string& path) {
     const size_t slash = path.find_last_of("/\\");
     return slash == std::string::npos ? std::string() : path.substr(0, slash);
@@ -438,7 +404,7 @@ bool RecordingMetaFile::read_meta_entry(MetaEntry* entry) {
     if (chunk_remaining() < EntrySize && !refill_chunk()) {
         return false;
     }
-    *entry = decode_entry(m_chunk + m_chunk_pos);
+    *entry = decode_meta_entry(m_chunk + m_chunk_pos);
     // A damaged entry is consumed like any other, so that reading can go on behind it.
     m_chunk_pos += EntrySize;
     return entry->type == AbstractMetaEntry::WriteFile || entry->type == AbstractMetaEntry::CloseFile;
@@ -474,10 +440,9 @@ void RecordingMetaFile::fast_forward_to_eof() {
     }
 }
 
+// Also without a filter: close entries behind a record are passed at once, so that at_end() turns true right
+// after the last record, whatever its size.
 void RecordingMetaFile::fast_forward_to_next_data_record_with_filter() {
-    if (m_filter == NoFilter) {
-        return;
-    }
     for (;;) {
         while (chunk_remaining() >= EntrySize) {
             const unsigned char* raw = m_chunk + m_chunk_pos;
@@ -508,8 +473,22 @@ void RecordingMetaFile::fast_forward_to_next_data_record_with_filter() {
 // --- reading
 // ---------------------------------------------------------------------------------------------------
 
-int RecordingMetaFile::read_record(uint8_t* buffer, size_t size, uint32_t* data_type, int64_t* epoch) {
-    if (size == 0) {
+int RecordingMetaFile::read_record(uint8_t* buffer, size_t size, uint32_t* data_type, int64_t* epoch,
+                                   bool* is_record) {
+    return read_next(Destination{buffer, size, nullptr}, data_type, epoch, is_record);
+}
+
+int RecordingMetaFile::read_record_into(Bytes* buffer, size_t limit, uint32_t* data_type, int64_t* epoch,
+                                        bool* is_record) {
+    return read_next(Destination{nullptr, limit, buffer}, data_type, epoch, is_record);
+}
+
+int RecordingMetaFile::read_next(Destination destination, uint32_t* data_type, int64_t* epoch,
+                                 bool* is_record) {
+    if (is_record) {
+        *is_record = false;
+    }
+    if (destination.size == 0) {
         return 0;
     }
     for (;;) {
@@ -523,7 +502,7 @@ int RecordingMetaFile::read_record(uint8_t* buffer, size_t size, uint32_t* data_
             return -2;
         }
         // A damaged entry or data file fails this one read; the position moves on as after a good one.
-        const int result = is_entry ? read_entry(entry, buffer, size) : -2;
+        const int result = is_entry ? read_entry(entry, destination) : -2;
         if (result == Skipped) {
             continue;
         }
@@ -531,7 +510,10 @@ int RecordingMetaFile::read_record(uint8_t* buffer, size_t size, uint32_t* data_
             store_outputs(entry, data_type, epoch);
         }
         if (entry.type == AbstractMetaEntry::WriteFile || !is_entry) {
-            move_past(entry);
+            if (is_record) {
+                *is_record = result >= 0;
+            }
+            fast_forward_to_next_data_record_with_filter();
         }
         return result;
     }
@@ -539,7 +521,7 @@ int RecordingMetaFile::read_record(uint8_t* buffer, size_t size, uint32_t* data_
 
 // The record of a WriteFile entry (its size), 0 for the CloseFile entry that ends the file, Skipped for
 // entries that don't deliver anything, or -1.
-int RecordingMetaFile::read_entry(const MetaEntry& entry, uint8_t* buffer, size_t size) {
+int RecordingMetaFile::read_entry(const MetaEntry& entry, Destination destination) {
     if (!entry_names_a_file(entry)) {
         return -1;
     }
@@ -555,7 +537,7 @@ int RecordingMetaFile::read_entry(const MetaEntry& entry, uint8_t* buffer, size_
     if ((type_bit(entry.data_type) & m_filter) == 0) {
         return Skipped;
     }
-    return read_data_record(entry, buffer, size);
+    return read_data_record(entry, destination);
 }
 
 void RecordingMetaFile::store_outputs(const MetaEntry& entry, uint32_t* data_type, int64_t* epoch) const {
@@ -567,21 +549,39 @@ void RecordingMetaFile::store_outputs(const MetaEntry& entry, uint32_t* data_typ
     }
 }
 
-void RecordingMetaFile::move_past(const MetaEntry& entry) {
-    if (entry.type == AbstractMetaEntry::WriteFile && entry.total_bytes_recorded == m_header.bytes_recorded) {
-        fast_forward_to_eof();
-    } else {
-        fast_forward_to_next_data_record_with_filter();
+namespace {
+
+// count bytes into the front of buffer. A buffer too small grows only as far as bytes arrive, doubling, so
+// that a record size that the file doesn't back costs no more memory than the file holds.
+size_t read_growing(FILE* file, Bytes* buffer, size_t count) {
+    if (buffer->size() >= count) {
+        return fread(buffer->data(), 1, count, file);
     }
+    const size_t first_step = 64 * 1024;
+    size_t got = 0;
+    while (got < count) {
+        const size_t step = std::min(count - got, std::max(got, first_step));
+        if (buffer->size() < got + step) {
+            buffer->resize(got + step);
+        }
+        const size_t n = fread(buffer->data() + got, 1, step, file);
+        got += n;
+        if (n < step) {
+            break;
+        }
+    }
+    return got;
 }
 
-int RecordingMetaFile::read_data_record(const MetaEntry& entry, uint8_t* buffer, size_t size) {
+} // namespace
+
+int RecordingMetaFile::read_data_record(const MetaEntry& entry, Destination destination) {
     const unsigned index = entry.filename_index;
     FILE* file = data_file_at_index(index);
     if (!file) {
         return -1;
     }
-    const size_t count = std::min<size_t>({size, entry.bytes_written, size_t(INT_MAX)});
+    const size_t count = std::min<size_t>({destination.size, entry.bytes_written, size_t(INT_MAX)});
     if (m_data_file_positions[index] != entry.offset) {
         if (entry.offset < 0 || fseeko(file, entry.offset, SEEK_SET) != 0) {
             std::cout << "failed to seek to offset: " << entry.offset << std::endl;
@@ -591,7 +591,8 @@ int RecordingMetaFile::read_data_record(const MetaEntry& entry, uint8_t* buffer,
         }
         m_data_file_positions[index] = entry.offset;
     }
-    const size_t got = fread(buffer, 1, count, file);
+    const size_t got = destination.growing ? read_growing(file, destination.growing, count)
+                                           : fread(destination.data, 1, count, file);
     m_data_file_positions[index] += int64_t(got);
     if (got != count) {
         std::cout << "failed to read from file:" << std::endl;
@@ -728,6 +729,18 @@ void RecordingMetaFile::print_header() const {
 
 // --- free functions
 // --------------------------------------------------------------------------------------------
+
+MetaEntry decode_meta_entry(const unsigned char* raw) {
+    MetaEntry entry;
+    entry.epoch_offset = le32(raw);
+    entry.type = raw[4];
+    entry.data_type = le32(raw + 5);
+    entry.bytes_written = le32(raw + 9);
+    entry.filename_index = le32(raw + 13);
+    entry.offset = le64(raw + 17);
+    entry.total_bytes_recorded = le64(raw + TotalBytesField);
+    return entry;
+}
 
 bool cmp_data_type(const char* buffer, uint32_t filter) {
     assert(buffer[0] == AbstractMetaEntry::WriteFile);

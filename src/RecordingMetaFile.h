@@ -80,10 +80,16 @@ public:
 
     // --- reading
     // Copies at most size bytes of the next record that passes the filter into buffer. Returns the number of
-    // bytes, 0 for a size of 0 or for the close entry that ends the file, -1 when closed, at the end or on a
-    // failure of the data file, -2 when no entry could be read. data_type is stored as on disk: a user header
-    // shows the complement of its type. Both outputs may be null.
-    int read_record(uint8_t* buffer, size_t size, uint32_t* data_type, int64_t* epoch);
+    // bytes, 0 for a size of 0, for a record of no bytes or for the close entry that ends the file, -1 when
+    // closed, at the end or on a failure of the data file, -2 when no entry could be read. data_type is
+    // stored as on disk: a user header shows the complement of its type. is_record tells a record from that
+    // close entry. All outputs may be null.
+    int read_record(uint8_t* buffer, size_t size, uint32_t* data_type, int64_t* epoch,
+                    bool* is_record = nullptr);
+    // The same into the first bytes of buffer, which grows to the record's size as its bytes arrive from the
+    // data file, never beyond limit: a size on disk that the data file doesn't back allocates nothing.
+    int read_record_into(Bytes* buffer, size_t limit, uint32_t* data_type, int64_t* epoch,
+                         bool* is_record = nullptr);
 
     // --- seeking: to the first entry at or after ms since creation, or whose running byte total exceeds
     // position; then on to the next one that passes the filter. False when closed, out of range, or on a read
@@ -109,7 +115,6 @@ private:
     bool read_next_meta_name(std::string* next_name);
     bool read_counted_string(int64_t limit, std::string* text);
     bool fail_invalid_format();
-    void clamp_max_record_size();
     void resolve_next_meta_filename(const std::string& next_name);
 
     // The chunk of entries read ahead.
@@ -127,11 +132,17 @@ private:
     bool set_position_from_seek(int64_t position);
     template <typename IsLateEnough> bool seek_by_walk(int64_t start, IsLateEnough is_late_enough);
 
+    // Where a record goes: a caller's buffer of fixed size, or a Bytes that grows up to size.
+    struct Destination {
+        uint8_t* data;
+        size_t size;
+        Bytes* growing;
+    };
     static constexpr int Skipped = -3;
-    int read_entry(const MetaEntry& entry, uint8_t* buffer, size_t size);
+    int read_next(Destination destination, uint32_t* data_type, int64_t* epoch, bool* is_record);
+    int read_entry(const MetaEntry& entry, Destination destination);
     void store_outputs(const MetaEntry& entry, uint32_t* data_type, int64_t* epoch) const;
-    void move_past(const MetaEntry& entry);
-    int read_data_record(const MetaEntry& entry, uint8_t* buffer, size_t size);
+    int read_data_record(const MetaEntry& entry, Destination destination);
     FILE* data_file_at_index(unsigned index);
     bool entry_names_a_file(const MetaEntry& entry) const;
     std::string directory_of_data_files() const;
@@ -158,6 +169,9 @@ private:
     size_t m_chunk_pos = 0;
     size_t m_chunk_end = 0;
 };
+
+// The 33 bytes of an entry, decoded.
+MetaEntry decode_meta_entry(const unsigned char* raw);
 
 // Whether a stored WriteFile entry passes a filter; buffer points at the entry's type byte.
 bool cmp_data_type(const char* buffer, uint32_t filter);

@@ -432,16 +432,26 @@ TEST_F(RecordingTest, DamagedRecordingsEndInErrorsNotCrashes) {
         writer.write(FloatDataType, record_bytes(i, 100), uint32_t(i));
     }
     const std::string path = writer.finish(5);
-    // A max record size far beyond any data file is cut to the largest one before a buffer is sized by it.
+    const std::string data_file = scratch.path() + "/tervik_datafloat_0.dat";
+    // Sizes that no data file backs, in the header and in the third record's entry: the header's is reported
+    // as it stands, and neither sizes an allocation.
+    const long third_entry = 85 + 4 + long(SessionId.size() + 1) + 2 * 33;
     patch_file(path, 49, {0xF0, 0xFF, 0xFF, 0xFF});
-    truncate_file(scratch.path() + "/tervik_datafloat_0.dat", 250);
+    patch_file(path, third_entry + 9, {0xF0, 0xFF, 0xFF, 0xFF});
+    truncate_file(data_file, 250);
 
     ASSERT_EQ(0, open_quietly(path));
-    EXPECT_EQ(250u, reader.get_max_record_size());
+    EXPECT_EQ(0xFFFFFFF0u, reader.get_max_record_size());
     testing::internal::CaptureStdout();
     const std::vector<int> numbers = read_numbers();
     testing::internal::GetCapturedStdout();
     EXPECT_EQ(std::vector<int>({0, 1, -1, -1, -1}), numbers);
+
+    // Opening reads the meta file alone: what its header says holds without the data files.
+    reader.close();
+    std::remove(data_file.c_str());
+    ASSERT_EQ(0, open_quietly(path));
+    EXPECT_EQ(0xFFFFFFF0u, reader.get_max_record_size());
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include "DataPacketFormater.h"
 
+#include <regex>
+
 using namespace Tervik;
 using namespace recorder_test;
 using SamplePackets::sample_packet;
@@ -132,6 +134,52 @@ TEST_F(Recording, NothingToStoreLeavesNoFileBehind) {
     finish();
     EXPECT_TRUE(find(session_directory(), "tervik_pulsedoppler_float_").empty());
     EXPECT_EQ(1u, read_all(meta_filename()).size());
+}
+
+// A packet without payload is a record of no bytes, with its entry and its time; it counts for the data rate
+// limit, so that the packet right behind it is dropped.
+TEST_F(Recording, PacketWithoutPayloadIsARecordOfNoBytes) {
+    const std::vector<std::pair<DataType, Bytes>> empty_packets = {{BasebandIqDataType, {0x50, 12, 0, 0, 0}},
+                                                                   {FloatDataType, {0xA0, 0x12}},
+                                                                   {ByteDataType, {0xA0, 0x10}}};
+    RecordingOptions limited = options("empty");
+    limited.set_data_rate_limit(60000);
+    for (const auto& packet : empty_packets) {
+        ASSERT_EQ(0, recorder->start_recording(packet.first, scratch.path(), limited));
+        recorder->process(packet.first, packet.second);
+        process(packet.first, 1, 1);
+    }
+    finish();
+
+    const std::vector<DataRecord> records = read_all(meta_filename());
+    ASSERT_EQ(3u, records.size());
+    for (size_t i = 0; i < records.size(); ++i) {
+        EXPECT_EQ(uint32_t(empty_packets[i].first), records[i].data_type);
+        EXPECT_TRUE(records[i].data.empty());
+    }
+}
+
+// Stopped and started again under one session id within the second, the second run gets a directory of its
+// own with the milliseconds of its making, and both runs read back whole.
+TEST_F(Recording, RestartUnderTheSameSessionIdGetsADirectoryOfItsOwn) {
+    for (uint32_t run = 0; run < 2; ++run) {
+        ASSERT_EQ(0, recorder->start_recording(FloatDataType, scratch.path(), options("again")));
+        process(FloatDataType, 3 * run + 1, 3 * run + 3);
+        recorder->stop_recording(FloatDataType);
+    }
+    finish();
+
+    const std::vector<std::string> sessions = find(scratch.path(), "tervik_recording_");
+    ASSERT_EQ(2u, sessions.size());
+    if (sessions[1].compare(0, sessions[0].size(), sessions[0]) == 0) {
+        EXPECT_TRUE(std::regex_match(sessions[1].substr(sessions[0].size()), std::regex("_[0-9]{3}ms")));
+    }
+    for (uint32_t run = 0; run < 2; ++run) {
+        const std::vector<DataRecord> records = read_all(sessions[run] + "/tervik_recording_meta.dat");
+        ASSERT_EQ(3u, records.size()) << sessions[run];
+        for (uint32_t i = 0; i < 3; ++i)
+            EXPECT_EQ(sample_packet(FloatDataType, 3 * run + i + 1), played_back(records[i]));
+    }
 }
 
 TEST_F(Recording, FileCallbackGetsEachFinalNameAndMetaCallbackTheClosedMetaFile) {

@@ -60,7 +60,8 @@ public:
     int seek_ms(int64_t position);
     int seek_byte(int64_t position);
 
-    // --- the recording as a whole: -1, 0 or empty while closed
+    // --- the recording as a whole: -1, 0 or empty while closed. The max record size is the largest that the
+    // meta files' headers state, as they state it: a hint for sizing a buffer, never checked against data.
     int64_t get_start_epoch() const;
     int64_t get_duration() const;
     int64_t get_size() const;

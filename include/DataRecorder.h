@@ -7,6 +7,11 @@
 // All file work runs on a thread of the recorder's own, named "recorder": the public operations only queue
 // work and return. Nothing is created on disk before the first packet of a session arrives. A file carries
 // its final name only once it is complete; a name ending in ".writing" marks a file that was never closed.
+// A session started again under its id within the same second gets the directory name with "_<ms>ms" added.
+//
+// Writes the disk refuses (full, or a file size limit) lose the records they hold, and say so in the log;
+// files closed before stay readable, and recording goes on once the disk takes writes again. A session
+// directory removed during a recording is made anew for the records that follow.
 //
 // Every int result is 0 for success and 1 otherwise, with the reason in the log. A mask that is neither in
 // 0 to 65535 nor AllDataTypes is a programming error and throws std::runtime_error.

@@ -2,7 +2,6 @@
 
 #include "DataReaderPrivate.h"
 
-#include <algorithm>
 #include <cassert>
 #include <climits>
 #include <iostream>

@@ -551,8 +551,8 @@ void RecordingMetaFile::store_outputs(const MetaEntry& entry, uint32_t* data_typ
 
 namespace {
 
-// count bytes into the front of buffer. A buffer too small grows only as far as bytes arrive, doubling, so
-// that a record size that the file doesn't back costs no more memory than the file holds.
+// Reads count bytes into the front of buffer. A buffer too small grows only as far as bytes arrive, doubling,
+// so that a record size that the file doesn't back costs no more memory than the file holds.
 size_t read_growing(FILE* file, Bytes* buffer, size_t count) {
     if (buffer->size() >= count) {
         return fread(buffer->data(), 1, count, file);

@@ -5,7 +5,10 @@
 // address and a port always mean TCP. The name is never parsed, so "tcp://10.0.0.1:3000" given as a device
 // name is a file that does not exist.
 //
-// A bridge built with a name or an address is open when its constructor returns; a refusal throws
+// A bridge can also be built on a DataPlayer: a recording then stands in for the module, and everything above
+// the transport (queues, read_message_*, subscriptions, a DataRecorder) works on it unchanged.
+//
+// A bridge built with a name, an address or a player is open when its constructor returns; a refusal throws
 // std::runtime_error "unable to open file: " + name and no object comes to exist. An empty name builds
 // everything and opens nothing until open().
 //
@@ -17,6 +20,7 @@
 #define DEVICEBRIDGE_DEVICEBRIDGE_H
 
 #include "AbstractLoggerIo.h"
+#include "DataPlayer.h"
 #include "G5.h"
 #include "LockedRadarInterfacePtr.h"
 
@@ -45,6 +49,15 @@ public:
     DeviceBridge(in_addr_t ip, in_port_t port);
     DeviceBridge(in_addr_t ip, in_port_t port, int log_level);
     DeviceBridge(in_addr_t ip, in_port_t port, int log_level, AbstractLoggerIo* logger_io);
+
+    // ---- a recording ----
+    // The link is named "__playback__". It hands out the player's packets while the player plays; the
+    // player's controls stay with the caller, and the player must outlive the bridge. Commands find no
+    // module: they fail as on a line that takes no bytes ("Failed to write all bytes to module"), but for a
+    // module reset, which rewinds the recording and then waits in vain for the module's answer.
+    explicit DeviceBridge(DataPlayer& player);
+    DeviceBridge(DataPlayer& player, int log_level);
+    DeviceBridge(DataPlayer& player, int log_level, AbstractLoggerIo* logger_io);
 
     // Stops the link's threads and closes the link; never throws.
     virtual ~DeviceBridge();

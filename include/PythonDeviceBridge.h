@@ -7,6 +7,7 @@
 #define DEVICEBRIDGE_PYTHONDEVICEBRIDGE_H
 
 #include "G5.h"
+#include "PyDataPlayer.h"
 
 #include <netinet/in.h>
 
@@ -29,6 +30,9 @@ public:
     // Connects to the endpoint (network byte order), named "tcp://" + dotted address + ":" + port. open()
     // connects to the same endpoint again, whatever the name: after close(), for a peer that has come back.
     PythonDeviceBridge(in_addr_t ip, in_port_t port, int log_level);
+    // Plays the player's recording as if it came from a module, on a link named "__playback__". The player
+    // must outlive the bridge; commands fail, as there is no module to answer them.
+    PythonDeviceBridge(PyDataPlayer& player, int log_level);
     virtual ~PythonDeviceBridge();
     PythonDeviceBridge(const PythonDeviceBridge&) = delete;
     PythonDeviceBridge& operator=(const PythonDeviceBridge&) = delete;

@@ -2,6 +2,8 @@
 
 #include "ConcreteFactory.h"
 #include "DefaultLoggerIo.h"
+#include "PlaybackFactory.h"
+#include "PlaybackModuleIo.h"
 #include "RadarInterface.h"
 #include "StdoutLogger.h"
 #include "TcpIpFactory.h"
@@ -42,6 +44,14 @@ std::unique_ptr<AbstractFactory> BridgeStack::create_tcp_factory(in_addr_t ip, i
 
 std::string BridgeStack::tcp_device_name(in_addr_t ip, in_port_t port) {
     return TcpIpModuleIo::label(ip, port);
+}
+
+std::unique_ptr<AbstractFactory> BridgeStack::create_playback_factory(DataPlayer& player) {
+    return std::unique_ptr<AbstractFactory>(new PlaybackFactory(player));
+}
+
+std::string BridgeStack::playback_device_name() {
+    return PlaybackModuleIo::label();
 }
 
 std::string BridgeStack::git_sha() {

@@ -21,6 +21,7 @@ class Logger;
 
 namespace Tervik {
 
+class DataPlayer;
 class G5;
 class RadarInterface;
 
@@ -41,6 +42,9 @@ public:
     static std::unique_ptr<AbstractFactory> create_tcp_factory(in_addr_t ip, in_port_t port);
     // "tcp://" + dotted address + ":" + port in host order; ip and port in network order.
     static std::string tcp_device_name(in_addr_t ip, in_port_t port);
+    static std::unique_ptr<AbstractFactory> create_playback_factory(DataPlayer& player);
+    // "__playback__".
+    static std::string playback_device_name();
 
     // Each takes the guard's lock for the one call.
     std::string git_sha();

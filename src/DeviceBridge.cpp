@@ -26,6 +26,13 @@ DeviceBridgePrivate* tcp_bridge(in_addr_t ip, in_port_t port, int log_level, Abs
                                    BridgeStack::tcp_device_name(ip, port)};
 }
 
+DeviceBridgePrivate* playback_bridge(DataPlayer& player, int log_level, AbstractLoggerIo* logger_io) {
+    std::unique_ptr<AbstractLoggerIo> output(logger_io);
+    return new DeviceBridgePrivate{BridgeStack::create_playback_factory(player),
+                                   BridgeStack::create_logger(log_level, std::move(output)),
+                                   BridgeStack::playback_device_name()};
+}
+
 } // namespace
 
 DeviceBridge::DeviceBridge(const std::string& device_name)
@@ -45,6 +52,14 @@ DeviceBridge::DeviceBridge(in_addr_t ip, in_port_t port, int log_level)
 
 DeviceBridge::DeviceBridge(in_addr_t ip, in_port_t port, int log_level, AbstractLoggerIo* logger_io)
     : d_ptr(tcp_bridge(ip, port, log_level, logger_io)) {}
+
+DeviceBridge::DeviceBridge(DataPlayer& player) : d_ptr(playback_bridge(player, default_log_level, nullptr)) {}
+
+DeviceBridge::DeviceBridge(DataPlayer& player, int log_level)
+    : d_ptr(playback_bridge(player, log_level, nullptr)) {}
+
+DeviceBridge::DeviceBridge(DataPlayer& player, int log_level, AbstractLoggerIo* logger_io)
+    : d_ptr(playback_bridge(player, log_level, logger_io)) {}
 
 DeviceBridge::~DeviceBridge() = default;
 

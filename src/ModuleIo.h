@@ -16,6 +16,9 @@ public:
     // its waiting inside read (a poll period, say), also once its peer has gone. Negative when the link is
     // broken for good, which ends the reader's loop.
     virtual int read(unsigned char* buffer, unsigned int length, unsigned int timeout) = 0;
+    // The reader is about to stop: a read that waits returns now, and every later one without waiting. A
+    // transport whose reads wait only for its short poll period has nothing to do.
+    virtual void interrupt() {}
 };
 
 #endif

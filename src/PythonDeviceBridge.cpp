@@ -21,6 +21,11 @@ PythonDeviceBridge::PythonDeviceBridge(in_addr_t ip, in_port_t port, int log_lev
                          BridgeStack::create_logger(log_level, nullptr),
                          BridgeStack::tcp_device_name(ip, port)} {}
 
+PythonDeviceBridge::PythonDeviceBridge(PyDataPlayer& player, int log_level)
+    : PythonDeviceBridge{BridgeStack::create_playback_factory(player.player),
+                         BridgeStack::create_logger(log_level, nullptr),
+                         BridgeStack::playback_device_name()} {}
+
 PythonDeviceBridge::PythonDeviceBridge(std::unique_ptr<AbstractFactory> factory,
                                        std::unique_ptr<Logger> logger, const std::string& device_name)
     : stack(new BridgeStack(std::move(factory), std::move(logger), device_name)) {}

@@ -12,6 +12,7 @@ Reader::Reader(Logger& logger, ModuleIo& transport, Active* thread, Protocol* pr
 }
 
 Reader::~Reader() {
+    transport_.interrupt();
     thread_->stop();
     callback_ = nullptr;
     protocol_.reset();

@@ -2,7 +2,9 @@
 
 #include "ByteHelpers.h"
 #include "CloseFileMetaEntry.h"
+#include "DataPacketToDisk.h"
 #include "FileMapMetaEntry.h"
+#include "SamplePackets.h"
 #include "WriteFileMetaEntry.h"
 
 #include <cstdlib>
@@ -129,6 +131,42 @@ void RecordingWriter::link(const std::string& meta_path, const std::string& next
     patch_file(meta_path, end, link);
     append_64bits(offset, (long long)end);
     patch_file(meta_path, 41, offset);
+}
+
+std::vector<std::string> RecordingWriter::data_files() const {
+    std::vector<std::string> paths;
+    for (const std::string& name : m_file_map) {
+        paths.push_back(m_directory + "/" + name);
+    }
+    return paths;
+}
+
+SampleRecording::SampleRecording(const std::vector<DataType>& types, int rounds, uint32_t gap, uint32_t start,
+                                 const std::string& session_id)
+    : duration(start + uint32_t(rounds - 1) * gap) {
+    RecordingWriter writer(scratch.path(), session_id);
+    for (DataType type : types) {
+        const std::string header = DataPacketToDisk::header_line(type);
+        if (header.empty()) {
+            writer.write_user_header(type, {'u', 's', 'e', 'r'}, 0);
+        } else {
+            writer.write(type, Bytes(header.begin(), header.end()), 0);
+        }
+    }
+    for (int round = 0; round < rounds; ++round) {
+        for (DataType type : types) {
+            const Bytes packet = SamplePackets::sample_packet(type, uint32_t(round + 1));
+            bool matrix_started = false;
+            const uint32_t time = start + uint32_t(round) * gap;
+            writer.write(type, DataPacketToDisk::convert(type, packet, matrix_started).bytes, time);
+            if (type != PerformanceStatusType) {
+                packets.push_back(packet);
+                times.push_back(time);
+            }
+        }
+    }
+    meta = writer.finish(duration);
+    data_files = writer.data_files();
 }
 
 Bytes file_bytes(const std::string& path) {

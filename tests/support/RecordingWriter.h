@@ -54,6 +54,9 @@ public:
     // Chains a finished meta file to the next: appends next_name as a counted string and notes its offset.
     static void link(const std::string& meta_path, const std::string& next_name);
 
+    // The paths of the data files, in the order of their first records.
+    std::vector<std::string> data_files() const;
+
 private:
     struct OpenDataFile {
         uint32_t filename_index;
@@ -77,6 +80,21 @@ private:
     uint32_t m_data_types = 0;
     uint32_t m_max_record_size = 0;
     uint32_t m_last_epoch_offset = 0;
+};
+
+// A recording of the sample packets of some types (counters from 1), one round of the types every `gap` ms
+// from `start`: each text type behind its header line, each binary one behind a user header; performance
+// status records between them. `packets` is what playing it gives, in order, with the time of each.
+struct SampleRecording {
+    SampleRecording(const std::vector<Tervik::DataType>& types, int rounds, uint32_t gap, uint32_t start = 0,
+                    const std::string& session_id = "5a3b1e00-play");
+
+    ScratchDirectory scratch;
+    std::string meta;
+    std::vector<std::string> data_files;
+    std::vector<Bytes> packets;
+    std::vector<int64_t> times;
+    uint32_t duration;
 };
 
 // Damage for tests: overwrite bytes at an offset, or cut a file to a size.

@@ -41,7 +41,7 @@ int DataPlayerPrivate::read_packet(uint8_t* buffer, uint32_t max_size, uint32_t*
     if (size) {
         *size = 0;
     }
-    if (!is_open()) {
+    if (!is_open() || read_failed) {
         return 1;
     }
     if (at_end()) {
@@ -127,6 +127,7 @@ void DataPlayerPrivate::rewind() {
         std::lock_guard<std::mutex> lock(reader_mutex);
         reader.seek_byte(0);
         pending_packet = DataRecord();
+        read_failed = false;
     }
     wake();
 }
@@ -179,6 +180,7 @@ int DataPlayerPrivate::set_filter(uint32_t data_types) {
             return 1;
         }
         filter = data_types;
+        read_failed = false;
     }
     wake();
     return 0;
@@ -217,6 +219,7 @@ int DataPlayerPrivate::set_position(int64_t ms) {
         // Lets the next play from Stopped start the timer at the position instead of at zero.
         position_set = current == DataPlayer::StoppedState;
         pending_packet = DataRecord();
+        read_failed = false;
         current_record_ms = ms;
     }
     wake();
@@ -288,6 +291,7 @@ int DataPlayerPrivate::open() {
         formatter.reset(new DataPacketFormater(reader.get_meta_version()));
         duration = reader.get_duration();
         delivered_since_open = false;
+        read_failed = false;
         assert(reader.get_filter() == filter);
     }
     return result;
@@ -318,12 +322,16 @@ bool DataPlayerPrivate::too_early_to_return_packet(const DataRecord& record) con
 }
 
 // User headers, performance records and the header lines of text files are passed over. A record that can't
-// be read or converted is lost, with its reason on standard output; the next call goes on after it.
+// be converted is lost, with its reason on standard output, and the next call goes on after it; one that
+// can't be read holds playing.
 int DataPlayerPrivate::next_packet(DataRecord* record) {
     while (!at_end()) {
         *record = reader.read_record();
         if (!record->is_valid) {
             std::cout << "WARNING: failed to read record from recording: " << meta_filename << std::endl;
+            std::cout << "playing holds here until the position, the filter or the state changes"
+                      << std::endl;
+            read_failed = true;
             return 1;
         }
         if (record->is_user_header || record->data_type == PerformanceStatusType) {
@@ -376,7 +384,7 @@ DataPlayerPrivate::Due DataPlayerPrivate::next_due() {
             return Due{Due::OnChange, {}};
         }
     }
-    if (!is_open()) {
+    if (!is_open() || read_failed) {
         return Due{Due::OnChange, {}};
     }
     if (at_end()) {

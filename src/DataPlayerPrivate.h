@@ -31,7 +31,8 @@ public:
     // --- the link's side
     // Hands out the next packet if it is due: 0 with *size the packet's length (0 when none is due, or while
     // not playing), 1 at the end of the recording, when it can't be read, or when a record is lost (a line on
-    // standard output says why). size may be null.
+    // standard output says why). A record that can't be read holds playing there until the position, the
+    // filter or the state changes. size may be null.
     int read_packet(uint8_t* buffer, uint32_t max_size, uint32_t* size);
     // Returns once read_packet may have something to do: at once when it has, otherwise when the next packet
     // is due, when the user changes something, when `interrupted` was set (then followed by wake()), or after
@@ -105,6 +106,9 @@ private:
     DataRecord pending_packet;
     // A loop restart is pointless, and would spin, when the last pass through the recording gave nothing.
     bool delivered_since_open = false;
+    // A record couldn't be read: the recording is damaged there, and playing holds until it is opened again,
+    // repositioned or filtered otherwise, rather than stumble over the damage on every call.
+    bool read_failed = false;
 
     ElapsedTimer timer;
     std::mutex reader_mutex;

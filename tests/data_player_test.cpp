@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <random>
 #include <thread>
 
@@ -215,35 +216,19 @@ TEST(DataPlayerTest, TheUsersThreadChangesEverythingWhileTheReaderPolls) {
     });
     std::mt19937 random(17);
     const float rates[] = {-1.0f, 0.0f, 0.5f, 8.0f};
+    const std::function<void()> changes[] = {
+        [&] { player.play(); },
+        [&] { player.pause(); },
+        [&] { player.stop(); },
+        [&] { player.set_position(random() % (recording.duration + 1)); },
+        [&] { player.set_playback_rate(rates[random() % 4]); },
+        [&] { player.set_loop_mode_enabled(random() % 2 == 0); },
+        [&] { player.set_filter(random() % 2 == 0 ? uint32_t(PresenceSingleDataType) : 0xFFFFFFFF); },
+        [&] { EXPECT_LE(player.get_position(), recording.duration); },
+    };
     for (const steady_clock::time_point end = steady_clock::now() + milliseconds(500);
-         steady_clock::now() < end;) {
-        switch (random() % 8) {
-        case 0:
-            player.play();
-            break;
-        case 1:
-            player.pause();
-            break;
-        case 2:
-            player.stop();
-            break;
-        case 3:
-            player.set_position(random() % (recording.duration + 1));
-            break;
-        case 4:
-            player.set_playback_rate(rates[random() % 4]);
-            break;
-        case 5:
-            player.set_loop_mode_enabled(random() % 2 == 0);
-            break;
-        case 6:
-            player.set_filter(random() % 2 == 0 ? uint32_t(PresenceSingleDataType) : 0xFFFFFFFF);
-            break;
-        default:
-            EXPECT_LE(player.get_position(), recording.duration);
-            EXPECT_LE(player.get_state(), DataPlayer::PausedState);
-        }
-    }
+         steady_clock::now() < end;)
+        changes[random() % 8]();
     done = true;
     reader.join();
     player.set_filter(0xFFFFFFFF);

@@ -48,9 +48,9 @@ struct Received {
 // once; `sent` holds the baseband frames as the module sent them, by frame counter.
 struct EmulatorRecording {
     EmulatorRecording() {
+        Received frames; // outlives the bridge that calls it
         ModuleEmulator emulator;
         DeviceBridge live(emulator.device_path(), 0, discarded_lines());
-        Received frames;
         live.get_radar_interface()->subscribe_to_baseband_iq("sent", frames.callback());
         {
             DataRecorder recorder(live.get_radar_interface());
@@ -82,9 +82,9 @@ size_t data_record_count(const std::string& meta, DataType type) {
 
 TEST(PlaybackBridgeTest, PlayedPacketsReachSubscriptionsAsTheModuleSentThem) {
     const EmulatorRecording& recording = emulator_recording();
+    Received frames, breaths;
     DataPlayer player(recording.meta);
     DeviceBridge bridge(player, 0, discarded_lines());
-    Received frames, breaths;
     bridge.get_radar_interface()->subscribe_to_baseband_iq("frames", frames.callback());
     bridge.get_radar_interface()->subscribe_to_resp_status("breaths", breaths.callback());
     player.set_playback_rate(-1);
@@ -139,10 +139,10 @@ TEST(PlaybackBridgeTest, CommandsFailAtTheWriterButAModuleResetRewindsTheRecordi
 TEST(PlaybackBridgeTest, ARecorderOnAPlayingBridgeRecordsTheSameRecordsAgain) {
     const EmulatorRecording& original = emulator_recording();
     ScratchDirectory copy;
+    Received played;
     DataPlayer player(original.meta);
     DeviceBridge bridge(player, 0, discarded_lines());
     LockedRadarInterfacePtr& radar = bridge.get_radar_interface();
-    Received played;
     radar->subscribe_to_baseband_iq("frames", played.callback());
     radar->subscribe_to_resp_status("breaths", played.callback());
     radar->subscribe_to_presence_single("presence", played.callback());

@@ -10,24 +10,15 @@
 #include "DataPlayer.h"
 #include "DataRecorder.h"
 #include "DeviceBridge.h"
-#include "RadarInterface.h"
-#include "TervikException.h"
-#include "UniqueLocked.h"
-#include "protocol_identifiers.h"
+#include "presence_example.h"
 
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <mutex>
-#include <stdexcept>
-#include <string>
-#include <thread>
+
+using namespace presence_example;
 
 namespace {
-
-typedef std::chrono::steady_clock Clock;
 
 // Errors only: the library's own log lines would drown the table.
 const int log_level = 0;
@@ -46,22 +37,6 @@ public:
         std::filesystem::remove_all(path, ignored);
     }
     std::string path;
-};
-
-// Runs the presence profile for its own lifetime: however the scope is left, the module stops again.
-class RunningProfile {
-public:
-    explicit RunningProfile(Tervik::LockedRadarInterfacePtr& radar) : radar(radar) {
-        radar->load_profile(KMS_ID_APP_PRESENCE_2);
-        radar->set_sensor_mode(KMID_SM_RUN);
-    }
-    ~RunningProfile() {
-        if (radar->set_sensor_mode_no_throw(KMID_SM_STOP) != 0)
-            std::cerr << "playback_demo: the module did not stop\n";
-    }
-
-private:
-    Tervik::LockedRadarInterfacePtr& radar;
 };
 
 // Records the module's presence readings for `seconds`; returns the recording's first meta file (a long
@@ -88,30 +63,6 @@ std::string record(const std::string& device, unsigned int seconds, const std::s
     if (meta_filename.empty())
         throw std::runtime_error("nothing was recorded");
     return meta_filename;
-}
-
-const char* presence_state_name(uint32_t state) {
-    switch (state) {
-    case KMS_VAL_PRESENCE_PRESENCESTATE_NO_PRESENCE:
-        return "no presence";
-    case KMS_VAL_PRESENCE_PRESENCESTATE_PRESENCE:
-        return "presence";
-    case KMS_VAL_PRESENCE_PRESENCESTATE_INITIALIZING:
-        return "initializing";
-    default:
-        return "unknown";
-    }
-}
-
-// Reading a message blocks, holding the connection's lock, until one arrives; waiting for the count first
-// lets the program notice the end of the recording.
-bool wait_for_reading(Tervik::LockedRadarInterfacePtr& radar, Clock::time_point deadline) {
-    while (radar->peek_message_presence_single() == 0) {
-        if (Clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
 }
 
 void play(const std::string& meta_filename) {
@@ -143,37 +94,8 @@ int run(const std::string& device, unsigned int seconds) {
     return 0;
 }
 
-// The link's own errors end in a newline, the module's refusals don't.
-std::string without_newline(std::string text) {
-    while (!text.empty() && text.back() == '\n')
-        text.pop_back();
-    return text;
-}
-
-bool parse_seconds(const char* text, unsigned int* seconds) {
-    char* end = nullptr;
-    const unsigned long value = std::strtoul(text, &end, 10);
-    if (end == text || *end != '\0' || text[0] == '-' || value == 0 || value > 3600)
-        return false;
-    *seconds = static_cast<unsigned int>(value);
-    return true;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
-    unsigned int seconds = 0;
-    if (argc != 3 || !parse_seconds(argv[2], &seconds)) {
-        std::cerr << "usage: playback_demo DEVICE SECONDS   (SECONDS from 1 to 3600)\n";
-        return 2;
-    }
-    try {
-        return run(argv[1], seconds);
-    } catch (const Tervik::TervikException& refusal) {
-        std::cerr << "playback_demo: " << without_newline(refusal.what()) << " (code " << refusal.code
-                  << ")\n";
-    } catch (const std::runtime_error& failure) {
-        std::cerr << "playback_demo: " << without_newline(failure.what()) << "\n";
-    }
-    return 1;
+    return main_with_device_and_seconds(argc, argv, "playback_demo", run);
 }

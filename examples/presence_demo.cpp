@@ -6,70 +6,21 @@
 // loads and starts the presence profile, prints one line per presence reading for SECONDS seconds, and stops
 // the module again. Exits with 0 on success, 1 when the module fails, 2 for wrong arguments.
 #include "DeviceBridge.h"
-#include "RadarInterface.h"
-#include "TervikException.h"
-#include "UniqueLocked.h"
-#include "protocol_identifiers.h"
+#include "presence_example.h"
 
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <iostream>
-#include <stdexcept>
-#include <string>
-#include <thread>
+
+using namespace presence_example;
 
 namespace {
 
-typedef std::chrono::steady_clock Clock;
-
 // Errors only: the library's own log lines would drown the table.
 const int log_level = 0;
-
-// Runs the presence profile for its own lifetime: however the scope is left, the module stops again.
-class RunningProfile {
-public:
-    RunningProfile(Tervik::LockedRadarInterfacePtr& radar, uint32_t profile_id) : radar(radar) {
-        radar->load_profile(profile_id);
-        radar->set_sensor_mode(KMID_SM_RUN);
-    }
-    ~RunningProfile() {
-        if (radar->set_sensor_mode_no_throw(KMID_SM_STOP) != 0)
-            std::cerr << "presence_demo: the module did not stop\n";
-    }
-
-private:
-    Tervik::LockedRadarInterfacePtr& radar;
-};
 
 void print_module(Tervik::LockedRadarInterfacePtr& radar) {
     std::cout << "firmware id:      " << radar->get_firmware_id() << "\n"
               << "firmware version: " << radar->get_firmware_version() << "\n"
               << "serial number:    " << radar->get_serial_number() << "\n\n";
-}
-
-const char* presence_state_name(uint32_t state) {
-    switch (state) {
-    case KMS_VAL_PRESENCE_PRESENCESTATE_NO_PRESENCE:
-        return "no presence";
-    case KMS_VAL_PRESENCE_PRESENCESTATE_PRESENCE:
-        return "presence";
-    case KMS_VAL_PRESENCE_PRESENCESTATE_INITIALIZING:
-        return "initializing";
-    default:
-        return "unknown";
-    }
-}
-
-// Reading a message blocks, holding the connection's lock, until one arrives; waiting for the count first
-// keeps the program's own deadline when the module goes quiet.
-bool wait_for_reading(Tervik::LockedRadarInterfacePtr& radar, Clock::time_point deadline) {
-    while (radar->peek_message_presence_single() == 0) {
-        if (Clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
 }
 
 void print_readings(Tervik::LockedRadarInterfacePtr& radar, unsigned int seconds) {
@@ -100,37 +51,8 @@ int run(const std::string& device, unsigned int seconds) {
     return 0;
 } // the profile stops first, then the bridge closes the link
 
-// The link's own errors end in a newline, the module's refusals don't.
-std::string without_newline(std::string text) {
-    while (!text.empty() && text.back() == '\n')
-        text.pop_back();
-    return text;
-}
-
-bool parse_seconds(const char* text, unsigned int* seconds) {
-    char* end = nullptr;
-    const unsigned long value = std::strtoul(text, &end, 10);
-    if (end == text || *end != '\0' || text[0] == '-' || value == 0 || value > 3600)
-        return false;
-    *seconds = static_cast<unsigned int>(value);
-    return true;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
-    unsigned int seconds = 0;
-    if (argc != 3 || !parse_seconds(argv[2], &seconds)) {
-        std::cerr << "usage: presence_demo DEVICE SECONDS   (SECONDS from 1 to 3600)\n";
-        return 2;
-    }
-    try {
-        return run(argv[1], seconds);
-    } catch (const Tervik::TervikException& refusal) {
-        std::cerr << "presence_demo: " << without_newline(refusal.what()) << " (code " << refusal.code
-                  << ")\n";
-    } catch (const std::runtime_error& failure) {
-        std::cerr << "presence_demo: " << without_newline(failure.what()) << "\n";
-    }
-    return 1;
+    return main_with_device_and_seconds(argc, argv, "presence_demo", run);
 }

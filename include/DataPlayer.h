@@ -9,6 +9,10 @@
 // would receive a module's stream. The player must outlive every bridge built on it, and serves one bridge
 // at a time: it has one position.
 //
+// A record that can't be converted back into a packet is skipped with a warning. A record that can't be read
+// (a data file that was damaged or deleted after recording) holds playing at that point with a warning: a new
+// position, another filter, or stop and play go on from there.
+//
 // Every method may be called from any thread, also while a bridge plays; a change takes effect at once.
 // Messages go to standard output.
 #ifndef DEVICEBRIDGE_DATAPLAYER_H

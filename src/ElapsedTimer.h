@@ -14,8 +14,8 @@ public:
     typedef std::chrono::steady_clock Clock;
     enum State { StoppedState = 0, RunningState = 1, PausedState = 2 };
 
-    // Runs from 0, or with `adjust` from a paused timer's time (the time a stopped or paused timer was set
-    // to). Does nothing while running.
+    // Runs from 0; with `adjust`, a paused timer runs on from the time it holds. Does nothing while running.
+    // A frozen timer keeps the time it holds until a positive rate comes.
     void start(bool adjust);
     // Back to 0.
     void stop();

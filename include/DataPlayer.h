@@ -7,7 +7,9 @@
 // The player does nothing by itself: give it to a DeviceBridge (`DeviceBridge bridge(player)`), and the
 // bridge's queues, read_message_* calls, subscriptions and even a DataRecorder receive the recording as they
 // would receive a module's stream. The player must outlive every bridge built on it, and serves one bridge
-// at a time: it has one position.
+// at a time: it has one position. A bridge takes at most 6158 bytes per packet from its link, so a longer
+// packet (a baseband frame of more than about 765 bins) can't be played through a bridge: it is dropped
+// with a warning, and playback goes on with the next one. A DataReader reads such records whole.
 //
 // A record that can't be converted back into a packet is skipped with a warning. A record that can't be read
 // (a data file that was damaged or deleted after recording) holds playing at that point with a warning: a new

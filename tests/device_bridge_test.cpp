@@ -4,6 +4,7 @@
 #include "ProcessCpu.h"
 #include "PythonDeviceBridge.h"
 #include "RadarTestLink.h"
+#include "ScratchDirectory.h"
 #include "TervikException.h"
 #include "UniqueLocked.h"
 #include "protocol_identifiers.h"
@@ -15,7 +16,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstring>
 #include <fstream>
 #include <regex>
@@ -42,29 +42,6 @@ std::vector<std::string> names_in(const std::string& directory) {
     }
     return names;
 }
-
-// The default logger output writes debug files into the current directory: such tests run in a fresh
-// directory of their own, which goes with everything in it.
-class ScratchDirectory : public ::testing::Test {
-protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/device_bridge_test.XXXXXX";
-        ASSERT_NE(nullptr, mkdtemp(pattern));
-        path = pattern;
-        ASSERT_NE(nullptr, getcwd(previous, sizeof(previous)));
-        ASSERT_EQ(0, chdir(path.c_str()));
-    }
-    void TearDown() override {
-        if (path.empty())
-            return;
-        EXPECT_EQ(0, chdir(previous));
-        for (const std::string& name : names_in(path))
-            std::remove((path + "/" + name).c_str());
-        rmdir(path.c_str());
-    }
-    std::string path;
-    char previous[PATH_MAX] = {};
-};
 
 in_addr_t loopback() {
     return inet_addr("127.0.0.1");

@@ -2,6 +2,7 @@
 //
 // The first line on standard output tells the host where to connect, "device: /dev/pts/5" or
 // "tcp: 127.0.0.1:PORT". The program serves until SIGINT or SIGTERM, or until --duration has passed.
+#include "EmulatedBootloader.h"
 #include "ModuleEmulator.h"
 #include "ModuleFirmware.h"
 
@@ -32,6 +33,10 @@ const char* const usage =
     "  --stream presence     stream presence single packets at --rate, whatever the host asks\n"
     "  --duration SECONDS    stop after this time (default: until SIGINT or SIGTERM)\n"
     "  --pong-value VALUE    answer ping with this value (default 0xAAEEAEEA, ready)\n"
+    "bootloader (entered by the host's start_bootloader command):\n"
+    "  --bootloader          start in the bootloader rather than in the application\n"
+    "  --page-size BYTES     size of a flash page (default 256)\n"
+    "  --flash-size BYTES    size of the flash, a whole number of pages (default 131072)\n"
     "faults:\n"
     "  --corrupt N           send the next N frames with a wrong checksum\n"
     "  --drop-bytes N        lose the next N bytes sent\n"
@@ -56,6 +61,9 @@ struct Options {
     unsigned long drop_every = 0;
     bool silent = false;
     unsigned long delay_ms = 0;
+    bool bootloader = false;
+    unsigned long page_size = EmulatedBootloader::default_page_size;
+    unsigned long flash_size = EmulatedBootloader::default_flash_size;
 };
 
 unsigned long to_unsigned(const std::string& flag, const char* text) {
@@ -96,8 +104,8 @@ bool parse(int argc, char** argv, Options& options) {
         const std::string flag = argv[i];
         if (flag == "--help" || flag == "-h")
             return false;
-        if (flag == "--silent") {
-            options.silent = true;
+        if (flag == "--silent" || flag == "--bootloader") {
+            (flag == "--silent" ? options.silent : options.bootloader) = true;
             continue;
         }
         if (flag.compare(0, 2, "--") != 0 || !usage_mentions(flag))
@@ -136,6 +144,10 @@ bool parse(int argc, char** argv, Options& options) {
             options.drop_every = to_unsigned(flag, value);
         } else if (flag == "--delay") {
             options.delay_ms = to_unsigned(flag, value);
+        } else if (flag == "--page-size") {
+            options.page_size = to_unsigned(flag, value);
+        } else if (flag == "--flash-size") {
+            options.flash_size = to_unsigned(flag, value);
         } else {
             throw std::invalid_argument("unknown option: " + flag);
         }
@@ -156,6 +168,12 @@ void configure(ModuleEmulator& emulator, const Options& options) {
         emulator.firmware().run_profile(options.profile);
     if (options.stream)
         emulator.start_stream(ModuleEmulator::StreamKind::presence_single, options.rate);
+    if (options.page_size > UINT32_MAX || options.flash_size > UINT32_MAX)
+        throw std::invalid_argument("--page-size, --flash-size: too large");
+    emulator.bootloader().set_geometry(static_cast<uint32_t>(options.page_size),
+                                       static_cast<uint32_t>(options.flash_size));
+    if (options.bootloader)
+        emulator.bootloader().enter();
 }
 
 timespec to_timespec(double seconds) {

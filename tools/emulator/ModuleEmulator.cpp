@@ -1,5 +1,6 @@
 #include "ModuleEmulator.h"
 
+#include "EmulatedBootloader.h"
 #include "ModuleFirmware.h"
 #include "ModulePackets.h"
 #include "PtyLink.h"
@@ -54,6 +55,9 @@ ModuleEmulator::ModuleEmulator(Transport transport, uint16_t tcp_port)
     reset_parser();
     table_.add(Bytes{KMS_SPC_PING}, [this](const Bytes& command) { return on_ping(command); });
     firmware_.reset(new ModuleFirmware(*this));
+    bootloader_.reset(new EmulatedBootloader(*this, *firmware_));
+    table_.add(Bytes{KMS_SPC_START_BOOTLOADER},
+               [this](const Bytes& command) { return bootloader_->start_bootloader(command); });
     thread_ = std::thread([this] { run(); });
 }
 
@@ -241,6 +245,8 @@ void ModuleEmulator::handle(const Incoming& incoming) {
 }
 
 std::vector<Bytes> ModuleEmulator::answer(const Bytes& command) {
+    if (bootloader_->active())
+        return bootloader_->answer(command);
     Handler handler;
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -349,6 +355,10 @@ bool ModuleEmulator::wait_for_commands(size_t count, std::chrono::milliseconds t
 bool ModuleEmulator::wait_for_connections(unsigned count, std::chrono::milliseconds timeout) const {
     std::unique_lock<std::mutex> lock(mutex_);
     return changed_.wait_for(lock, timeout, [&] { return connections_ >= count; });
+}
+
+bool ModuleEmulator::in_bootloader() const {
+    return bootloader_->active();
 }
 
 unsigned ModuleEmulator::checksum_errors() const {

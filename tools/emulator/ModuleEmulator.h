@@ -5,7 +5,8 @@
 // from a table of handlers (ping with the pong of a ready module; every command family of a module through
 // its ModuleFirmware; anything it doesn't know with an error reply "not recognized"; a frame with a wrong
 // checksum with an error reply "CRC failed"), streams application data packets at a chosen rate, and sends
-// packets in any of the three wire forms on request.
+// packets in any of the three wire forms on request. Told to start its bootloader, it runs that instead of
+// its application until the host starts the application again (EmulatedBootloader).
 //
 // What it does for tests: it logs every command it received, floods the link with packets as fast as the link
 // takes them, and injects faults: damaged checksums, lost bytes, silence, late answers, a dropped connection.
@@ -33,6 +34,7 @@
 #include <thread>
 #include <vector>
 
+class EmulatedBootloader;
 class EmulatorLink;
 class ModuleFirmware;
 struct pollfd;
@@ -82,6 +84,11 @@ public:
     // The module's firmware: its settings, profiles, file system and the handlers of its commands. Lives as
     // long as the emulator.
     ModuleFirmware& firmware() { return *firmware_; }
+    // The module's bootloader: whether it runs, the image written to it, its page and flash size. Lives as
+    // long as the emulator.
+    EmulatedBootloader& bootloader() { return *bootloader_; }
+    // Whether the module runs its bootloader rather than its application.
+    bool in_bootloader() const;
     // The value that a ping is answered with; KMS_DEF_PONGVAL_READY unless set.
     void set_pong_value(uint32_t value);
     // The payloads of all commands received, in order, silent or not.
@@ -216,6 +223,7 @@ private:
     unsigned long long packets_streamed_ = 0;
 
     std::unique_ptr<ModuleFirmware> firmware_;
+    std::unique_ptr<EmulatedBootloader> bootloader_;
 
     std::atomic<bool> connected_{false};
     std::atomic<unsigned> connections_{0};

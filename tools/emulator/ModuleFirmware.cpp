@@ -149,6 +149,12 @@ void ModuleFirmware::set_system_info(uint8_t code, const std::string& text) {
     state_.system_info[code] = text;
 }
 
+void ModuleFirmware::restart() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    state_.settings = ModuleSettings();
+    apply_streams_locked();
+}
+
 FirmwareState ModuleFirmware::state() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return state_;

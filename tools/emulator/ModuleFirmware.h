@@ -99,6 +99,9 @@ public:
     // The rates of the profile's streams (5 per second unless set) and of the outputs (20 unless set).
     void set_stream_rates(double profile_hz, double output_hz);
     void set_system_info(uint8_t code, const std::string& text);
+    // The application starts afresh, as after leaving the bootloader: settings dropped, streams stopped; the
+    // file system, parameter files and system information stay.
+    void restart();
     // Everything the firmware holds, copied under its lock.
     FirmwareState state() const;
 

@@ -1,4 +1,5 @@
-// The system family: information strings, baud rate, debug level, resets, the bootloader and self-tests.
+// The system family: information strings, baud rate, debug level, resets and self-tests. Starting the
+// bootloader is the emulated bootloader's business.
 #include "CommandArguments.h"
 #include "ModuleFirmware.h"
 #include "ModulePackets.h"
@@ -63,13 +64,6 @@ ModuleFirmware::Replies factory_preset(FirmwareState& state, const Bytes&) {
     return acked();
 }
 
-ModuleFirmware::Replies start_bootloader(FirmwareState&, const Bytes& command) {
-    const uint32_t key = CommandArguments(command, 1).u32();
-    if (key != KMS_DEF_ENTER_BOOTLOADER_KEY && key != KMS_DEF_ENTER_BOOTLOADER_KEY_2)
-        return refused(KMS_SPRE_COMMAND_FAILED);
-    return acked();
-}
-
 // A self-test is acknowledged, and its result follows as a reply of one byte: success for the known tests.
 ModuleFirmware::Replies run_test(FirmwareState&, const Bytes& command) {
     const uint8_t test = CommandArguments(command, 2).u8();
@@ -88,6 +82,5 @@ void install_system_commands(ModuleFirmware& firmware) {
     firmware.on({KMS_SPC_DEBUG_LEVEL}, set_debug_level);
     firmware.on({KMS_SPC_MOD_RESET}, module_reset);
     firmware.on({KMS_SPC_APPCOMMAND, KMS_SPCA_FACTORY_PRESET}, factory_preset);
-    firmware.on({KMS_SPC_START_BOOTLOADER}, start_bootloader);
     firmware.on({KMS_SPC_DIR_COMMAND, KMS_SDC_SYSTEM_TEST}, run_test);
 }

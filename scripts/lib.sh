@@ -16,7 +16,7 @@ ensure_packages() {
     DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-BASE_PACKAGES=(build-essential cmake ninja-build git pkg-config uuid-dev libgtest-dev libgmock-dev libbenchmark-dev)
+BASE_PACKAGES=(build-essential cmake ninja-build git pkg-config uuid-dev libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev)
 
 # configure_and_build BUILD_DIR [cmake options...]
 configure_and_build() {

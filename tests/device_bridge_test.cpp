@@ -17,7 +17,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <fstream>
 #include <regex>
 #include <thread>
 
@@ -299,8 +298,7 @@ TEST_F(DeviceBridgeDefaultOutput, DefaultOutputWritesTheDebugFile) {
     const std::vector<std::string> names = names_in(path);
     ASSERT_EQ(1u, names.size());
     EXPECT_TRUE(std::regex_match(names[0], std::regex("debug_[0-9]{8}_[0-9]{6}\\.log"))) << names[0];
-    std::ifstream file(path + "/" + names[0]);
-    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::string text = text_of(names[0]);
     EXPECT_NE(std::string::npos, text.find(" : createing logger StdoutLogger"));
     EXPECT_NE(std::string::npos, text.find("~RadarInterface -- end"));
 }

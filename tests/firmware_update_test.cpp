@@ -17,11 +17,6 @@ struct Outcome {
     std::string out, err;
 };
 
-std::string text_of(const std::string& file) {
-    std::ifstream in(file);
-    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
 class FirmwareUpdate : public ScratchDirectory {
 protected:
     Outcome update(const std::string& arguments) {

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdlib.h>
 #include <string>
 #include <vector>
@@ -31,6 +33,12 @@ protected:
         for (const auto& entry : std::filesystem::directory_iterator(path))
             names.push_back(entry.path().filename().string());
         return names;
+    }
+
+    // The whole content of a file of the directory; empty for one that doesn't exist.
+    std::string text_of(const std::string& name) const {
+        std::ifstream file(path + "/" + name, std::ios::binary);
+        return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     }
 
     std::string path;

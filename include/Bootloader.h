@@ -45,7 +45,8 @@ public:
     // Log lines go to standard output, to "debug_%Y%m%d_%H%M%S.log" in the current directory, to both or to
     // neither; a line passes when its level is at most log_level (3 shows each exchange, 5 everything).
     Bootloader(const std::string& device_name, bool log_to_stdout, bool log_to_file, unsigned int log_level);
-    // Log lines go to standard output only; no debug file is made.
+    // Log lines go to standard output only; no debug file is made. A literal 0 as the level would read as a
+    // null logger as well: write 0u.
     Bootloader(const std::string& device_name, unsigned int log_level);
     // Log lines go to the caller's own output.
     Bootloader(const std::string& device_name, unsigned int log_level, AbstractLoggerIo* logger_io);

@@ -1,5 +1,6 @@
 // Commands of RadarInterface against the module emulator on a real pseudo-terminal: how each judging style
 // turns a reply into a value or an error, and what the status forms make of it.
+#include "EmulatedBootloader.h"
 #include "RadarTestLink.h"
 #include "protocol_identifiers.h"
 
@@ -123,6 +124,7 @@ TEST_F(RadarCommands, DirectChipAccessAndOlderGeneration) {
 TEST_F(RadarCommands, StartBootloaderTriesTheSecondKeyOnlyAfterARefusal) {
     radar.start_bootloader();
     EXPECT_EQ(1u, link.commands({0x02}).size());
+    link.module.bootloader().start_application();
     link.answer({0x02}, {error(1)});
     EXPECT_NE(0, radar.start_bootloader_no_throw());
     ASSERT_EQ(3u, link.commands({0x02}).size());

@@ -98,6 +98,11 @@ void EmulatedBootloader::enter() {
     emulator_.stop_streams();
 }
 
+void EmulatedBootloader::start_application() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    start_application_locked();
+}
+
 void EmulatedBootloader::set_geometry(uint32_t page_size, uint32_t flash_size) {
     if (page_size == 0 || flash_size == 0 || flash_size % page_size != 0 ||
         flash_size / page_size > page_addresses)

@@ -50,6 +50,8 @@ public:
     bool active() const;
     // Switches to the bootloader as the command does: for a module that is to start in it.
     void enter();
+    // Returns to the application as the bootloader's command does.
+    void start_application();
     // Page size and flash size in bytes; the flash must hold a whole number of pages, at most 65536 of them
     // (a page address has 16 bits). Erases the flash; throws std::invalid_argument for a bad geometry.
     void set_geometry(uint32_t page_size, uint32_t flash_size);

@@ -211,4 +211,12 @@ TEST_F(BootloaderLogging, UnreachableDeviceThrowsAndReleasesWhatItWasGiven) {
     EXPECT_TRUE(files().empty());
 }
 
+// The logger's first line throws in the constructor; what was built so far goes, each part once.
+TEST_F(BootloaderLogging, DebugFileThatCannotBeMadeFailsTheConstructor) {
+    ModuleEmulator module;
+    std::filesystem::remove(path);
+    EXPECT_EQ("runtime_error file is not open after open",
+              outcome([&] { Tervik::Bootloader(module.device_path(), false, true, 5); }));
+}
+
 } // namespace

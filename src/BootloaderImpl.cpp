@@ -54,8 +54,8 @@ int BootloaderImpl::write_page(unsigned int page_address, const Bytes& page_data
     lstream note = logger->slog(trace_level);
     note << "page: " << page_address;
     note.flush();
-    return accepted(exchange(write_page_timeout, commands->create_write_page(page_address, page_data))) ? 0
-                                                                                                        : 1;
+    const Bytes reply = exchange(write_page_timeout, commands->create_write_page(page_address, page_data));
+    return accepted(reply) ? 0 : 1;
 }
 
 int BootloaderImpl::start_application(unsigned int timeout) {

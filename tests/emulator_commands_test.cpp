@@ -132,10 +132,11 @@ TEST_F(EmulatorCommands, RefusalsReachTheHostWithTheModulesCode) {
     EXPECT_EQ(module_code([&] { radar->set_led_control(7, 0); }), 1);
     EXPECT_EQ(radar->set_baudrate_no_throw(12345), KMS_SPRE_COMMAND_FAILED);
     EXPECT_EQ(module_code([&] { radar->start_bootloader(0x1234); }), KMS_SPRE_COMMAND_FAILED);
-    EXPECT_EQ(radar->start_bootloader_no_throw(KMS_DEF_ENTER_BOOTLOADER_KEY_2), 0);
     EXPECT_EQ(radar->set_output_control_no_throw(KMS_SACR_OUTPUTSTATUS, 1), 0);
     EXPECT_EQ(radar->set_iopin_control_no_throw(99, KMID_IOPIN_SETUP_OUTPUT, KMID_IOPIN_FEATURE_DEFAULT),
               KMS_SPRE_COMMAND_FAILED);
+    // Last: from here on the module runs its bootloader.
+    EXPECT_EQ(radar->start_bootloader_no_throw(KMS_DEF_ENTER_BOOTLOADER_KEY_2), 0);
 }
 
 TEST_F(EmulatorCommands, SettingsReadBackAsSet) {

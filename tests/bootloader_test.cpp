@@ -171,7 +171,7 @@ TEST_F(BootloaderLogging, EachConstructorLogsWhereItSays) {
          "get_bootloader_info -- begin"},
         {[&] {
              return new Tervik::Bootloader(pty.device_path(),
-                                           new StdoutLogger(5, new JournalOutput(journal)));
+                                           new StdoutLogger(5, std::make_unique<JournalOutput>(journal)));
          },
          1, false, "createing logger StdoutLogger"},
         {[&] { return new Tervik::Bootloader(loopback(), port, 3, new JournalOutput(journal)); }, 2, false,
@@ -205,8 +205,9 @@ TEST_F(BootloaderLogging, UnreachableDeviceThrowsAndReleasesWhatItWasGiven) {
               outcome([&] { Tervik::Bootloader(missing, 0u, new JournalOutput(journal)); }));
     EXPECT_TRUE(journal->contains("Error opening file: " + missing));
     EXPECT_TRUE(journal->output_deleted);
-    EXPECT_EQ("runtime_error unable to open file: " + missing,
-              outcome([&] { Tervik::Bootloader(missing, new StdoutLogger(0, new JournalOutput(second))); }));
+    EXPECT_EQ("runtime_error unable to open file: " + missing, outcome([&] {
+                  Tervik::Bootloader(missing, new StdoutLogger(0, std::make_unique<JournalOutput>(second)));
+              }));
     EXPECT_TRUE(second->output_deleted);
     EXPECT_TRUE(files().empty());
 }

@@ -84,8 +84,8 @@ static void read_back(const char* meta_filename) {
           "the session id comes back");
     check(data_reader_get_max_record_size(reader, &max_size) == 0 && max_size <= sizeof data,
           "records fit the buffer");
-    while (!data_reader_at_end(reader) &&
-           data_reader_read_record(reader, data, sizeof data, &count, &data_type, &epoch, &is_user_header) == 0) {
+    while (!data_reader_at_end(reader) && data_reader_read_record(reader, data, sizeof data, &count,
+                                                                  &data_type, &epoch, &is_user_header) == 0) {
         wrong_types += data_type != PRESENCE_SINGLE || count == 0;
         backwards += epoch < last_epoch;
         last_epoch = epoch;
@@ -114,7 +114,8 @@ int main(int argc, char** argv) {
     }
     record(emulator.device, directory);
     emulator_stop(&emulator);
-    check(find_meta_file(directory, meta_filename, sizeof meta_filename) == 0, "the session directory exists");
+    check(find_meta_file(directory, meta_filename, sizeof meta_filename) == 0,
+          "the session directory exists");
     if (failures == 0)
         read_back(meta_filename);
     scratch_remove(directory);

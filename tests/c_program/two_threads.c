@@ -1,6 +1,6 @@
 /* One connection of the C interface used from two threads at once: one sends commands while the other reads
- * streamed readings and changes subscriptions, all on the same handles. Built also with the address and thread
- * sanitizers, which catch what a race or a stray write would do. Takes the module emulator's path. */
+ * streamed readings and changes subscriptions, all on the same handles. Built also with the address and
+ * thread sanitizers, which catch what a race or a stray write would do. Takes the module emulator's path. */
 #define _XOPEN_SOURCE 700
 
 #include "emulator_process.h"

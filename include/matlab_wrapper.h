@@ -6,7 +6,8 @@
  *
  * Results. Unless a function says otherwise it returns 0 for success and non-zero for failure: the module's
  * own error code where the module refused a command, else 1 (a time-out, an unparsable reply, a lost link).
- * No C++ exception ever leaves a function; out-pointers are written only on success.
+ * No C++ exception ever leaves a function. Out-pointers are written only on success, but for the counts that
+ * tell a caller how big a refused buffer would have to be. Null out-pointers are skipped.
  *
  * Buffers. The library never allocates for the caller; every buffer is the caller's:
  *   text   (char* buffer, unsigned int max_length): copied with its terminator when max_length is at least
@@ -140,8 +141,8 @@ int dba_peek_message_noisemap_byte(G5_Type* g5);
 /* ---- reading one message of a fixed queue into the caller's variables (record rule) ---------------------
  * Each blocks until a message is queued. Where the record has no count of its own, an extra count pointer
  * comes before the arrays: `length` for data float, `movement_count` (intervals) for the moving lists.
- * rcp_read_message_data_string fills a text buffer; rcp_read_message_data_byte a bytes buffer with the
- * count in *length. */
+ * rcp_read_message_data_string fills a text buffer; rcp_read_message_data_byte a bytes buffer, with the
+ * count in *length also when the buffer is too small. */
 int dba_read_message_data_float(G5_Type* g5, uint32_t* content_id, uint32_t* info, uint32_t* length,
                                 float* data);
 int dba_read_message_presence_single(G5_Type* g5, uint32_t* frame_counter, uint32_t* presence_state,

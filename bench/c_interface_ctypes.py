@@ -41,7 +41,7 @@ def write_all(fd, data):
 def main():
     library = sys.argv[1]
     rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 10
-    lib = C.CDLL(library)
+    lib = C.CDLL(os.path.abspath(library))
     lib.dba_create_device_bridge.restype = C.c_void_p
     lib.dba_get_g5.restype = C.c_void_p
     lib.dba_get_g5.argtypes = [C.c_void_p]

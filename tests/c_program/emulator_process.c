@@ -17,6 +17,7 @@ int emulator_start(struct emulator_process* emulator, const char* program, const
     FILE* output;
     char line[256];
     const char* prefix = "device: ";
+    const char* device;
 
     argv[count++] = program;
     while (arguments[count - 1] && count < 15) {
@@ -43,8 +44,12 @@ int emulator_start(struct emulator_process* emulator, const char* program, const
         return 1;
     }
     line[strcspn(line, "\r\n")] = '\0';
-    strncpy(emulator->device, line + strlen(prefix), sizeof emulator->device - 1);
-    emulator->device[sizeof emulator->device - 1] = '\0';
+    device = line + strlen(prefix);
+    if (strlen(device) >= sizeof emulator->device) {
+        emulator_stop(emulator);
+        return 1;
+    }
+    memcpy(emulator->device, device, strlen(device) + 1);
     /* The emulator writes nothing more that matters; its pipe stays open until it ends. */
     return 0;
 }

@@ -9,6 +9,12 @@
 // its final name only once it is complete; a name ending in ".writing" marks a file that was never closed.
 // A session started again under its id within the same second gets the directory name with "_<ms>ms" added.
 //
+// A crash of the process, even a kill, loses at most the packets handed to the recorder in the last 500 ms:
+// while packets arrive, the recorder hands what it has written to the operating system at least that often,
+// data files before the meta file entries that point into them. What the operating system holds in its own
+// cache and has not yet written to the disk is outside this promise, and so is a power loss. A recording left
+// by a crash is made readable by recover_recording (RecordingRecovery.h).
+//
 // Writes the disk refuses (full, or a file size limit) lose the records they hold, and say so in the log;
 // files closed before stay readable, and recording goes on once the disk takes writes again. A session
 // directory removed during a recording is made anew for the records that follow.

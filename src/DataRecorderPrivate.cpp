@@ -17,6 +17,8 @@
 #include <ctime>
 #include <fstream>
 #include <iostream>
+#include <pthread.h>
+#include <set>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <thread>
@@ -51,6 +53,9 @@ const size_t max_spare_batches = 64;
 const int rename_attempts = 2000;
 // The meta file's entries are buffered up to this size before they follow their data to the disk.
 const size_t meta_commit_size = 64 * 1024;
+// Buffered records reach the system at the latest this long after their writing, plus the time a commit
+// waits in the recorder's queue: a killed process loses the packets of the last 500 ms at most.
+const milliseconds commit_period(200);
 
 bool starts_with(const std::string& text, const std::string& prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
@@ -262,6 +267,7 @@ DataRecorderPrivate::DataRecorderPrivate(DataRecorder* q, LockedRadarInterfacePt
                 return d.update_radar_settings_from_module(packet);
             }));
     }
+    commit_timer = std::thread(&DataRecorderPrivate::run_commit_timer, this);
 }
 
 DataRecorderPrivate::~DataRecorderPrivate() {
@@ -278,6 +284,8 @@ DataRecorderPrivate::~DataRecorderPrivate() {
         std::lock_guard<std::mutex> lock(gate->mutex);
         gate->recorder = nullptr;
     }
+    // The timer posts to the recorder's thread: it ends first. The files' closes commit what is left.
+    stop_commit_timer();
     thread->stop();
     delete thread;
 }
@@ -513,6 +521,8 @@ void DataRecorderPrivate::do_process_batch(const std::shared_ptr<PacketBatch>& b
         next += static_cast<std::ptrdiff_t>(entry.second);
         do_process(entry.first, packet);
     }
+    request_commit();
+    commit_if_due();
     batch->bytes.clear();
     batch->packets.clear();
     std::lock_guard<std::mutex> lock(batch_mutex);
@@ -1322,6 +1332,71 @@ void DataRecorderPrivate::update_session_sub_directory(SessionMetaData* session_
     std::lock_guard<std::mutex> lock(mutex);
     session_meta->sub_directory_index = next_index;
     session_meta->current_sub_directory = next_name;
+}
+
+// ---- the bounded loss window ---------------------------------------------------------------------------
+
+// After a batch of packets: the first batch since the last commit arms the timer, so that a commit follows
+// even if no further packet comes.
+void DataRecorderPrivate::request_commit() {
+    if (commit_requested)
+        return;
+    commit_requested = true;
+    commit_requested_at = steady_clock::now();
+    {
+        std::lock_guard<std::mutex> lock(commit_mutex);
+        commit_timer_armed = true;
+        commit_due = commit_requested_at + commit_period;
+    }
+    commit_condition.notify_one();
+}
+
+// While packets stream in, the recorder commits between batches without waiting for the timer's task,
+// which may stand behind a long queue.
+void DataRecorderPrivate::commit_if_due() {
+    if (commit_requested && steady_clock::now() - commit_requested_at >= commit_period)
+        commit_all_sessions();
+}
+
+// Every session with an open meta file, the ones whose last type is stopping included: data files first,
+// then the meta file (commit_session_files), so that no entry on disk names bytes that aren't.
+void DataRecorderPrivate::commit_all_sessions() {
+    commit_requested = false;
+    std::set<SessionMetaData*> sessions;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        for (const std::pair<const std::string, SessionMetaData*>& entry : active_sessions)
+            sessions.insert(entry.second);
+        for (const MetaObject& entry : scheduled_for_deletion)
+            sessions.insert(entry.second);
+    }
+    for (SessionMetaData* session_meta : sessions) {
+        if (session_meta->meta_file.is_open() && !session_meta->files_vanished)
+            commit_session_files(session_meta);
+    }
+}
+
+void DataRecorderPrivate::run_commit_timer() {
+    pthread_setname_np(pthread_self(), "recorder flush");
+    std::unique_lock<std::mutex> lock(commit_mutex);
+    for (;;) {
+        commit_condition.wait(lock, [this] { return commit_timer_stopping || commit_timer_armed; });
+        if (commit_condition.wait_until(lock, commit_due, [this] { return commit_timer_stopping; }))
+            return;
+        commit_timer_armed = false;
+        lock.unlock();
+        post([this] { commit_all_sessions(); });
+        lock.lock();
+    }
+}
+
+void DataRecorderPrivate::stop_commit_timer() {
+    {
+        std::lock_guard<std::mutex> lock(commit_mutex);
+        commit_timer_stopping = true;
+    }
+    commit_condition.notify_one();
+    commit_timer.join();
 }
 
 // ---- the rest of the surface ---------------------------------------------------------------------------

@@ -15,12 +15,14 @@
 #include "RecordingFile.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -211,6 +213,13 @@ private:
     void update_session_sub_directory(SessionMetaData* session_meta);
     bool write_radar_settings(const MetaObject& object, const std::string& filename);
 
+    // --- the bounded loss window: what is buffered reaches the system within a period of its writing
+    void request_commit();
+    void commit_if_due();
+    void commit_all_sessions();
+    void run_commit_timer();
+    void stop_commit_timer();
+
     // --- logging and callbacks
     void log_error(const std::string& text, const std::string& detail) const;
     void log_system_error(const std::string& text, int error) const;
@@ -244,6 +253,18 @@ private:
 
     std::shared_ptr<SubscriptionGate> gate;
     Active* thread;
+
+    // Recorder's thread only: whether something is buffered that no commit is on its way for, and since when.
+    bool commit_requested = false;
+    SteadyTime commit_requested_at;
+    // The "recorder flush" thread posts a commit when a request comes due without one, as when packets stop
+    // arriving; it is started by the constructor and stopped by the destructor before the recorder thread.
+    std::mutex commit_mutex;
+    std::condition_variable commit_condition;
+    bool commit_timer_armed = false;
+    bool commit_timer_stopping = false;
+    SteadyTime commit_due;
+    std::thread commit_timer;
 };
 
 template <typename Action>

@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <sys/stat.h>
@@ -43,7 +44,6 @@ const size_t state_offset = 16;
 const size_t next_offset_field = 41;
 const size_t max_name_size = 4096;
 const int search_depth = 3;
-const int64_t entry_size = static_cast<int64_t>(AbstractMetaEntry::EntrySize);
 
 const char* const torn_entry = "torn entry at the end of the meta file";
 const char* const corrupt_entry = "corrupt entry";
@@ -212,6 +212,17 @@ bool system_call(int result, std::string* error) {
     return false;
 }
 
+Step rename_step(const std::string& from, const std::string& to) {
+    return Step{"rename " + from + " to " + to, [from, to](std::string* why) {
+                    return system_call(std::rename(from.c_str(), to.c_str()), why);
+                }};
+}
+
+Step remove_step(const std::string& path) {
+    return Step{"remove " + path,
+                [path](std::string* why) { return system_call(std::remove(path.c_str()), why); }};
+}
+
 class RecordingRecovery {
 public:
     RecordingRecovery(const std::string& target, bool dry_run) {
@@ -224,7 +235,8 @@ public:
 private:
     std::vector<std::string> crashed_meta_files();
     void recover_meta_file(const std::string& path);
-    void finish_closed_meta_file(const std::string& path, const std::string& directory);
+    void finish_closed_meta_file(const std::string& path, const std::string& prefix);
+    void finish(std::vector<Step> steps, const std::string& prefix);
     void scan_entries(const Bytes& meta, size_t first_entry_offset);
     bool resolve_data_files(const std::string& directory, const std::string& journal_path);
     bool resolve(DataFile& file, const std::string& journal_entry);
@@ -378,56 +390,35 @@ void RecordingRecovery::recover_meta_file(const std::string& path) {
                     " bytes",
                 [name, size](std::string* why) { return system_call(::truncate(name.c_str(), size), why); }});
         }
-        if (file.final_name != file.name) {
-            const std::string final_name = prefix + file.final_name;
-            steps.push_back(
-                Step{"rename " + name + " to " + final_name, [name, final_name](std::string* why) {
-                         return system_call(std::rename(name.c_str(), final_name.c_str()), why);
-                     }});
-        }
+        if (file.final_name != file.name)
+            steps.push_back(rename_step(name, prefix + file.final_name));
     }
-    const Bytes closed = closed_meta(meta, header);
-    const std::string recovering = prefix + recovering_meta_name, closed_path = prefix + closed_meta_name;
+    const std::shared_ptr<const Bytes> closed = std::make_shared<const Bytes>(closed_meta(meta, header));
+    const std::string recovering = prefix + recovering_meta_name;
     steps.push_back(Step{"write " + recovering, [recovering, closed](std::string* why) {
-                             return write_whole_file(recovering, closed, why);
+                             return write_whole_file(recovering, *closed, why);
                          }});
-    steps.push_back(
-        Step{"rename " + recovering + " to " + closed_path, [recovering, closed_path](std::string* why) {
-                 return system_call(std::rename(recovering.c_str(), closed_path.c_str()), why);
-             }});
-    steps.push_back(Step{"remove " + path,
-                         [path](std::string* why) { return system_call(std::remove(path.c_str()), why); }});
-    if (fs::exists(prefix + journal_name)) {
-        const std::string journal = prefix + journal_name;
-        steps.push_back(Step{"remove " + journal, [journal](std::string* why) {
-                                 return system_call(std::remove(journal.c_str()), why);
-                             }});
-    }
-    if (!run_steps(steps))
-        return;
-    report.recovered_meta_files.push_back(closed_path);
-    planned_closed.insert(closed_path);
-    link_predecessor(closed_path);
+    steps.push_back(rename_step(recovering, prefix + closed_meta_name));
+    steps.push_back(remove_step(path));
+    finish(steps, prefix);
 }
 
 // A meta file that was closed, but not renamed: the rename and the journal's removal are all it lacks.
 void RecordingRecovery::finish_closed_meta_file(const std::string& path, const std::string& prefix) {
-    const std::string closed_path = prefix + closed_meta_name;
-    if (fs::exists(closed_path)) {
+    if (fs::exists(prefix + closed_meta_name)) {
         problem(path + ": a closed meta file stands beside it already, left as it is");
         return;
     }
-    std::vector<Step> steps{{"rename " + path + " to " + closed_path, [path, closed_path](std::string* why) {
-                                 return system_call(std::rename(path.c_str(), closed_path.c_str()), why);
-                             }}};
-    if (fs::exists(prefix + journal_name)) {
-        const std::string journal = prefix + journal_name;
-        steps.push_back(Step{"remove " + journal, [journal](std::string* why) {
-                                 return system_call(std::remove(journal.c_str()), why);
-                             }});
-    }
+    finish({rename_step(path, prefix + closed_meta_name)}, prefix);
+}
+
+// The journal goes last: until the closed meta file stands, a later recovery needs it.
+void RecordingRecovery::finish(std::vector<Step> steps, const std::string& prefix) {
+    if (fs::exists(prefix + journal_name))
+        steps.push_back(remove_step(prefix + journal_name));
     if (!run_steps(steps))
         return;
+    const std::string closed_path = prefix + closed_meta_name;
     report.recovered_meta_files.push_back(closed_path);
     planned_closed.insert(closed_path);
     link_predecessor(closed_path);

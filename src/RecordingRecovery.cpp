@@ -351,7 +351,9 @@ void RecordingRecovery::recover_meta_file(const std::string& path) {
         return;
     }
     if (!parse_header(meta, &header)) {
-        problem(path + ": not a meta file, left as it is");
+        // A kill between the meta file's creation and its header's write leaves it shorter than a header.
+        problem(path + (meta.size() < 85 + 4 ? ": no complete header, left as it is"
+                                             : ": not a meta file, left as it is"));
         return;
     }
     if (header.state == 1) {

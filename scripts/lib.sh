@@ -16,7 +16,8 @@ ensure_packages() {
     DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-BASE_PACKAGES=(build-essential cmake ninja-build git pkg-config uuid-dev libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev)
+BASE_PACKAGES=(build-essential cmake ninja-build git pkg-config uuid-dev libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
+    libserialport-dev swig python3-dev python3-pytest python3-matplotlib)
 
 # configure_and_build BUILD_DIR [cmake options...]
 configure_and_build() {

@@ -8,8 +8,9 @@
  * chekcsum). Several names share a value on purpose: _FIRST/_LAST markers share the value of a real entry,
  * and the application and file commands of the direct-command family overlap.
  *
- * One-byte families are plain enumerations; the 32-bit content identifiers and protocol words are macros,
- * because several of them do not fit a C int. Both forms are published as integer constants by the binding.
+ * One-byte families are plain enumerations; the 32-bit content identifiers and protocol words are unsigned
+ * macros, because several of them do not fit a C int (the suffix also keeps them unsigned in the Python
+ * binding). Both forms are published as integer constants by the binding.
  *
  * This header is plain C99 and is included from C and C++ alike. */
 #ifndef PROTOCOL_IDENTIFIERS_H
@@ -36,12 +37,12 @@ enum serial_flag_byte_en {
 
 /* ---- Protocol words (32 bits) ------------------------------------------------------------------------- */
 
-#define KMS_DEF_ENTER_BOOTLOADER_KEY 0xC4D1371A
-#define KMS_DEF_ENTER_BOOTLOADER_KEY_2 0xC4D1471B
-#define KMS_DEF_PONGVAL_READY 0xAAEEAEEA
-#define KMS_DEF_PONGVAL_NOTREADY 0xAEEAEEAA
-#define KMS_DEF_PINGVAL 0xEEAAEAAE
-#define KMS_DEF_PONGVAL_SAFEMODE 0xFFEEFEEF
+#define KMS_DEF_ENTER_BOOTLOADER_KEY 0xC4D1371Au
+#define KMS_DEF_ENTER_BOOTLOADER_KEY_2 0xC4D1471Bu
+#define KMS_DEF_PONGVAL_READY 0xAAEEAEEAu
+#define KMS_DEF_PONGVAL_NOTREADY 0xAEEAEEAAu
+#define KMS_DEF_PINGVAL 0xEEAAEAAEu
+#define KMS_DEF_PONGVAL_SAFEMODE 0xFFEEFEEFu
 
 /* ---- Command codes: the first byte of a packet to the module --------------------------------------------
  */
@@ -253,34 +254,34 @@ enum serial_protocol_response_systemcode_en {
 /* ---- Content identifiers (32 bits): the content of a data packet, an output, a file or an application ----
  */
 
-#define KMS_ID_APP_UNKNOWN 0x00000000
-#define KMS_ID_BASEBAND_IQ 0x0000000C
-#define KMS_ID_BASEBAND_AMPLITUDE_PHASE 0x0000000D
-#define KMS_ID_PULSEDOPPLER_FLOAT 0x00000010
-#define KMS_ID_PULSEDOPPLER_BYTE 0x00000011
-#define KMS_ID_NOISEMAP_FLOAT 0x00000012
-#define KMS_ID_NOISEMAP_BYTE 0x00000013
-#define KMS_ID_APP_PRESENCE 0x00288912
-#define KMS_ID_APP_SLEEP 0x00F17B17
-#define KMS_ID_APP_PRESENCE_2 0x014D4AB8    /* profile of the presence-sensing facade */
-#define KMS_ID_APP_RESPIRATION_2 0x064E57AD /* profile of the sleep-sensing facade */
-#define KMS_ID_SENSITIVITY 0x10A5112B
-#define KMS_ID_APP_RESP 0x1423A2D6
-#define KMS_ID_RESP_STATUS_EXT 0x2375A16B
-#define KMS_ID_SLEEP_STATUS 0x2375A16C
-#define KMS_ID_RESP_STATUS 0x2375FE26
-#define KMS_ID_DECIM_STATUS 0x327645AA
-#define KMS_ID_PROFILE_PARAMETERFILE 0x32BA7623
-#define KMS_ID_APP_RESPIRATION_3 0x47FABEBA
-#define KMS_ID_APP_RADAR 0x57DABF09
-#define KMS_ID_RESPIRATION_MOVINGLIST 0x610A3B00
-#define KMS_ID_RESPIRATION_DETECTIONLIST 0x610A3B02
-#define KMS_ID_PRESENCE_SINGLE 0x723BFA1E
-#define KMS_ID_PRESENCE_MOVINGLIST 0x723BFA1F
-#define KMS_ID_DETECTION_ZONE 0x96A10A1C
-#define KMS_ID_DETECTION_ZONE_LIMITS 0x96A10A1D
-#define KMS_ID_PRESENCE_STATUS 0x991A52BE
-#define KMS_ID_APP_DECIM 0x9BB3A2C6
+#define KMS_ID_APP_UNKNOWN 0x00000000u
+#define KMS_ID_BASEBAND_IQ 0x0000000Cu
+#define KMS_ID_BASEBAND_AMPLITUDE_PHASE 0x0000000Du
+#define KMS_ID_PULSEDOPPLER_FLOAT 0x00000010u
+#define KMS_ID_PULSEDOPPLER_BYTE 0x00000011u
+#define KMS_ID_NOISEMAP_FLOAT 0x00000012u
+#define KMS_ID_NOISEMAP_BYTE 0x00000013u
+#define KMS_ID_APP_PRESENCE 0x00288912u
+#define KMS_ID_APP_SLEEP 0x00F17B17u
+#define KMS_ID_APP_PRESENCE_2 0x014D4AB8u    /* profile of the presence-sensing facade */
+#define KMS_ID_APP_RESPIRATION_2 0x064E57ADu /* profile of the sleep-sensing facade */
+#define KMS_ID_SENSITIVITY 0x10A5112Bu
+#define KMS_ID_APP_RESP 0x1423A2D6u
+#define KMS_ID_RESP_STATUS_EXT 0x2375A16Bu
+#define KMS_ID_SLEEP_STATUS 0x2375A16Cu
+#define KMS_ID_RESP_STATUS 0x2375FE26u
+#define KMS_ID_DECIM_STATUS 0x327645AAu
+#define KMS_ID_PROFILE_PARAMETERFILE 0x32BA7623u
+#define KMS_ID_APP_RESPIRATION_3 0x47FABEBAu
+#define KMS_ID_APP_RADAR 0x57DABF09u
+#define KMS_ID_RESPIRATION_MOVINGLIST 0x610A3B00u
+#define KMS_ID_RESPIRATION_DETECTIONLIST 0x610A3B02u
+#define KMS_ID_PRESENCE_SINGLE 0x723BFA1Eu
+#define KMS_ID_PRESENCE_MOVINGLIST 0x723BFA1Fu
+#define KMS_ID_DETECTION_ZONE 0x96A10A1Cu
+#define KMS_ID_DETECTION_ZONE_LIMITS 0x96A10A1Du
+#define KMS_ID_PRESENCE_STATUS 0x991A52BEu
+#define KMS_ID_APP_DECIM 0x9BB3A2C6u
 
 /* ---- Output selectors and configuration items ---------------------------------------------------------- */
 

@@ -21,8 +21,15 @@
 
 #include "AbstractLoggerIo.h"
 #include "DataPlayer.h"
+#include "DataRecorder.h"
 #include "G5.h"
+#include "G5N310.h"
+#include "G7N310.h"
+#include "G7N420.h"
 #include "LockedRadarInterfacePtr.h"
+#include "NotSupported.h"
+#include "RCP.h"
+#include "Transport.h"
 
 #include <netinet/in.h>
 
@@ -86,6 +93,27 @@ public:
     // The same RadarInterface as the abstract G5, WITHOUT the lock: for a program that uses the bridge from
     // one thread only. Valid as long as the bridge lives.
     G5& get_g5();
+
+    // ---- what the bridge hands out ----
+    // Made with the bridge and kept for its whole life, so that the references stay valid as long as the
+    // bridge lives; close() and open() leave them working. None of these getters locks; each facade takes the
+    // connection's lock for each of its calls. On destruction the recorder stores what it was given and
+    // closes its files before the link goes.
+
+    /// The respiration and sleep module with the older radar chip.
+    G5N310& get_g5n310();
+    /// The radar chip platform: the chip driver, IO pins, generic data messages and the module's files.
+    RCP& get_rcp();
+    /// The presence module.
+    G7N420& get_g7n420();
+    /// The sleep module with the newer radar chip.
+    G7N310& get_g7n310();
+    /// A recorder of this connection's data, logging to the connection's log.
+    DataRecorder& get_data_recorder();
+    /// Raw packets, for commands that no facade knows.
+    Transport& get_transport();
+    /// Operations outside the supported interface.
+    NotSupported& get_not_supported();
 
 private:
     std::unique_ptr<DeviceBridgePrivate> d_ptr;

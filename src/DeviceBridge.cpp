@@ -91,4 +91,32 @@ G5& DeviceBridge::get_g5() {
     return d_ptr->stack.get_g5();
 }
 
+G5N310& DeviceBridge::get_g5n310() {
+    return *d_ptr->hand_outs.g5n310;
+}
+
+RCP& DeviceBridge::get_rcp() {
+    return *d_ptr->hand_outs.rcp;
+}
+
+G7N420& DeviceBridge::get_g7n420() {
+    return *d_ptr->hand_outs.g7n420;
+}
+
+G7N310& DeviceBridge::get_g7n310() {
+    return *d_ptr->hand_outs.g7n310;
+}
+
+DataRecorder& DeviceBridge::get_data_recorder() {
+    return *d_ptr->hand_outs.data_recorder;
+}
+
+Transport& DeviceBridge::get_transport() {
+    return *d_ptr->hand_outs.transport;
+}
+
+NotSupported& DeviceBridge::get_not_supported() {
+    return *d_ptr->hand_outs.not_supported;
+}
+
 } // namespace Tervik

@@ -3,7 +3,13 @@
 #ifndef DEVICEBRIDGE_DEVICEBRIDGEPRIVATE_H
 #define DEVICEBRIDGE_DEVICEBRIDGEPRIVATE_H
 
+#include "BridgeHandOuts.h"
 #include "BridgeStack.h"
+#include "DataRecorder.h"
+#include "G5N310.h"
+#include "G7N310.h"
+#include "G7N420.h"
+#include "RCP.h"
 
 #include <memory>
 #include <string>
@@ -17,6 +23,7 @@ public:
     ~DeviceBridgePrivate();
 
     BridgeStack stack;
+    BridgeHandOuts<G5N310, RCP, G7N420, G7N310, DataRecorder> hand_outs;
 };
 
 } // namespace Tervik

@@ -1,6 +1,7 @@
 #include "PythonDeviceBridge.h"
 
 #include "AbstractFactory.h"
+#include "BridgeHandOuts.h"
 #include "BridgeStack.h"
 #include "Logger.h"
 
@@ -28,7 +29,8 @@ PythonDeviceBridge::PythonDeviceBridge(PyDataPlayer& player, int log_level)
 
 PythonDeviceBridge::PythonDeviceBridge(std::unique_ptr<AbstractFactory> factory,
                                        std::unique_ptr<Logger> logger, const std::string& device_name)
-    : stack(new BridgeStack(std::move(factory), std::move(logger), device_name)) {}
+    : stack(new BridgeStack(std::move(factory), std::move(logger), device_name)),
+      hand_outs(new HandOuts(stack->guard())) {}
 
 PythonDeviceBridge::~PythonDeviceBridge() = default;
 
@@ -54,6 +56,34 @@ void PythonDeviceBridge::set_default_timeout(unsigned int new_default_timeout) {
 
 G5& PythonDeviceBridge::get_g5() {
     return stack->get_g5();
+}
+
+PyDataRecorder& PythonDeviceBridge::get_data_recorder() {
+    return *hand_outs->data_recorder;
+}
+
+PyG5N310& PythonDeviceBridge::get_g5n310() {
+    return *hand_outs->g5n310;
+}
+
+Transport& PythonDeviceBridge::get_transport() {
+    return *hand_outs->transport;
+}
+
+PyRCP& PythonDeviceBridge::get_rcp() {
+    return *hand_outs->rcp;
+}
+
+PyG7N420& PythonDeviceBridge::get_g7n420() {
+    return *hand_outs->g7n420;
+}
+
+PyG7N310& PythonDeviceBridge::get_g7n310() {
+    return *hand_outs->g7n310;
+}
+
+NotSupported& PythonDeviceBridge::get_not_supported() {
+    return *hand_outs->not_supported;
 }
 
 } // namespace Tervik

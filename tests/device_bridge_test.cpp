@@ -116,7 +116,8 @@ TEST(DeviceBridge, DestroyedWhileStreamingLeavesNoThreadOrDescriptor) {
     const size_t descriptors = names_in("/proc/self/fd").size();
     {
         Tervik::DeviceBridge bridge(emulator.device_path(), 0, kept_lines());
-        EXPECT_EQ(threads + 3, names_in("/proc/self/task").size()) << "reader, dispatcher and writer";
+        EXPECT_EQ(threads + 5, names_in("/proc/self/task").size())
+            << "reader, dispatcher and writer, and the recorder's with its flush timer";
         emulator.start_stream(ModuleEmulator::StreamKind::presence_single, 500);
         ASSERT_TRUE(
             eventually([&] { return bridge.get_radar_interface()->peek_message_presence_single() > 5; }));

@@ -28,13 +28,12 @@ using namespace Tervik;
 %}
 
 // Every library failure reaches Python as RuntimeError with the exception's text; the numeric code of a
-// TervikException is not carried over. The interpreter lock is released only for the call itself, inside the
+// TervikException is not carried over. The vector operations catch std::out_of_range themselves, before this
+// handler, and raise IndexError. The interpreter lock is released only for the call itself, inside the
 // try block, so that the handlers below run with the lock held again.
 %exception {
     try {
         $action
-    } catch (const std::out_of_range& error) {
-        SWIG_exception_fail(SWIG_IndexError, error.what());
     } catch (const Tervik::TervikException& error) {
         SWIG_exception_fail(SWIG_RuntimeError, error.what());
     } catch (const std::string& error) {

@@ -12,6 +12,15 @@ class AbstractLoggerIo;
 
 %include "G5.h"
 
+// ---- the facades: each call takes the connection's lock; failures arrive as RuntimeError -------------------
+%include "Transport.h"
+%include "NotSupported.h"
+%include "PyG5N310.h"
+%include "PyG7Facade.h"
+%include "PyG7N420.h"
+%include "PyG7N310.h"
+%include "PyRCP.h"
+
 // ---- the bridge -------------------------------------------------------------------------------------------
 // A playing bridge reads from its player: the Python object of the player is kept alive with the bridge.
 %pythonappend Tervik::PythonDeviceBridge::PythonDeviceBridge %{
@@ -19,9 +28,19 @@ class AbstractLoggerIo;
         self._player = args[0]
 %}
 // What the bridge hands out lives inside it: each result keeps the bridge alive.
-%pythonappend Tervik::PythonDeviceBridge::get_g5 %{
+%define DEVICEBRIDGE_HAND_OUT(getter)
+%pythonappend Tervik::PythonDeviceBridge::getter %{
     val._bridge = self
 %}
+%enddef
+DEVICEBRIDGE_HAND_OUT(get_g5)
+DEVICEBRIDGE_HAND_OUT(get_data_recorder)
+DEVICEBRIDGE_HAND_OUT(get_transport)
+DEVICEBRIDGE_HAND_OUT(get_g5n310)
+DEVICEBRIDGE_HAND_OUT(get_rcp)
+DEVICEBRIDGE_HAND_OUT(get_g7n420)
+DEVICEBRIDGE_HAND_OUT(get_g7n310)
+DEVICEBRIDGE_HAND_OUT(get_not_supported)
 %include "PythonDeviceBridge.h"
 
 // ---- the bootloader ------------------------------------------------------------------------------------------

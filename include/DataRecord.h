@@ -10,18 +10,18 @@
 namespace Tervik {
 
 struct DataRecord {
-    // The record's bytes as they stand in the data file.
+    /// The record's bytes as they stand in the data file.
     Bytes data;
-    // One DataType bit, also for a user header.
+    /// One DataType bit, also for a user header.
     uint32_t data_type = 0;
-    // Time of the write, milliseconds since 1970-01-01 UTC.
+    /// Time of the write, milliseconds since 1970-01-01 UTC.
     int64_t epoch = 0;
-    // Set when the record was read; false when there was none or reading failed.
+    /// Set when the record was read; false when there was none or reading failed.
     bool is_valid = false;
-    // The record is the user header of its data type, not data.
+    /// The record is the user header of its data type, not data.
     bool is_user_header = false;
 
-    // Read-only access to data without a copy.
+    /// Read-only access to data without a copy.
     const Bytes& get_data() const { return data; }
 };
 

@@ -17,14 +17,14 @@ typedef std::vector<float> FloatVector;
 
 // ---- data messages ----------------------------------------------------------------------------------------
 
-// A generic float data message (A0 12).
+/// A generic float data message (A0 12).
 struct DataFloat {
     uint32_t content_id = 0;
     uint32_t info = 0;
     FloatVector data;
 };
 
-// One radar frame of the older generation; frame_counter is the packet's info field.
+/// One radar frame of the older generation; frame_counter is the packet's info field.
 struct RawNormalizedData {
     uint32_t frame_counter = 0;
     FloatVector data;
@@ -49,7 +49,7 @@ struct SleepData {
     float movement_fast = 0;
 };
 
-// Baseband as amplitude and phase, num_bins of each.
+/// Baseband as amplitude and phase, num_bins of each.
 struct BasebandApData {
     uint32_t frame_counter = 0;
     uint32_t num_bins = 0;
@@ -61,7 +61,7 @@ struct BasebandApData {
     FloatVector phase;
 };
 
-// Baseband as in-phase and quadrature components, num_bins of each.
+/// Baseband as in-phase and quadrature components, num_bins of each.
 struct BasebandIqData {
     uint32_t frame_counter = 0;
     uint32_t num_bins = 0;
@@ -81,7 +81,7 @@ struct PresenceSingleData {
     uint32_t signal_quality = 0;
 };
 
-// The movement items have one entry per interval, the detection items one per detection.
+/// The movement items have one entry per interval, the detection items one per detection.
 struct PresenceMovingListData {
     uint32_t frame_counter = 0;
     uint32_t presence_state = 0;
@@ -106,7 +106,7 @@ struct RespirationDetectionListData {
     FloatVector detection_velocity_items;
 };
 
-// One range bin's row of a pulse-Doppler or noise map matrix: frequency_count values.
+/// One range bin's row of a pulse-Doppler or noise map matrix: frequency_count values.
 struct PulseDopplerFloatData {
     uint32_t frame_counter = 0;
     uint32_t matrix_counter = 0;
@@ -122,7 +122,7 @@ struct PulseDopplerFloatData {
     FloatVector data;
 };
 
-// As PulseDopplerFloatData, each value one byte on the scale byte_step_start + n * byte_step_size.
+/// As PulseDopplerFloatData, each value one byte on the scale byte_step_start + n * byte_step_size.
 struct PulseDopplerByteData {
     uint32_t frame_counter = 0;
     uint32_t matrix_counter = 0;
@@ -142,26 +142,26 @@ struct PulseDopplerByteData {
 
 // ---- command results --------------------------------------------------------------------------------------
 
-// The radar chip's frame area in metres, air assumed as the medium.
+/// The radar chip's frame area in metres, air assumed as the medium.
 struct FrameArea {
     float start = 0;
     float end = 0;
 };
 
-// The detection zone of a profile, in metres.
+/// The detection zone of a profile, in metres.
 struct DetectionZone {
     float start = 0;
     float end = 0;
 };
 
-// The range in which a detection zone may be set, and its step.
+/// The range in which a detection zone may be set, and its step.
 struct DetectionZoneLimits {
     float start = 0;
     float end = 0;
     float step = 0;
 };
 
-// A listing of the module's file system: entry i of both vectors describes one file.
+/// A listing of the module's file system: entry i of both vectors describes one file.
 struct Files {
     std::vector<int32_t> file_type_items;
     std::vector<int32_t> file_identifier_items;

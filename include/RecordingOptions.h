@@ -27,27 +27,27 @@ public:
     // --- the fields; getters return copies
     // ---------------------------------------------------------------------
 
-    // The session the recorded types belong to; types started with one session id share a session directory
-    // and meta file. Default: a fresh UUID in lower-case text form, different for every default constructed
-    // object.
+    /// The session the recorded types belong to; types started with one session id share a session directory
+    /// and meta file. Default: a fresh UUID in lower-case text form, different for every default constructed
+    /// object.
     void set_session_id(const std::string& session_id);
     std::string get_session_id() const;
 
-    // When a data file is closed and the next one begun. Default: InvalidType, never split.
+    /// When a data file is closed and the next one begun. Default: InvalidType, never split.
     void set_file_split_size(const PreferredSplitSize& split_size);
     PreferredSplitSize get_file_split_size() const;
 
-    // When the session moves on to a new sub-directory with a new meta file. Default: InvalidType, never
-    // split.
+    /// When the session moves on to a new sub-directory with a new meta file. Default: InvalidType, never
+    /// split.
     void set_directory_split_size(const PreferredSplitSize& split_size);
     PreferredSplitSize get_directory_split_size() const;
 
-    // The least time between two records of one type, in milliseconds; packets arriving sooner are dropped.
-    // Default: -1, no limit (so is any value below 1).
+    /// The least time between two records of one type, in milliseconds; packets arriving sooner are dropped.
+    /// Default: -1, no limit (so is any value below 1).
     void set_data_rate_limit(int milliseconds);
     int get_data_rate_limit() const;
 
-    // Bytes written at the start of every data file, as an entry of their own. Default: empty, none.
+    /// Bytes written at the start of every data file, as an entry of their own. Default: empty, none.
     void set_user_header(const Bytes& user_header);
     Bytes get_user_header() const;
 

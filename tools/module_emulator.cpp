@@ -30,7 +30,10 @@ const char* const usage =
     "                        (by default the host loads one and sets run mode, as with a real module)\n"
     "  --rate HZ             packets per second of the profile's readings (default 5)\n"
     "  --bins N              bins of a baseband frame and of a pulse-Doppler row (default 100)\n"
-    "  --stream presence     stream presence single packets at --rate, whatever the host asks\n"
+    "  --stream KIND         stream packets of KIND at --rate, whatever the host asks: presence (presence\n"
+    "                        single) or baseband_iq\n"
+    "  --stream-on-signal    start the --stream only when SIGUSR1 arrives (lets a host block on an idle\n"
+    "                        stream first)\n"
     "  --duration SECONDS    stop after this time (default: until SIGINT or SIGTERM)\n"
     "  --pong-value VALUE    answer ping with this value (default 0xAAEEAEEA, ready)\n"
     "bootloader (entered by the host's start_bootloader command):\n"
@@ -50,6 +53,8 @@ struct Options {
     ModuleEmulator::Transport transport = ModuleEmulator::Transport::pty;
     unsigned long port = 0;
     bool stream = false;
+    bool stream_on_signal = false;
+    ModuleEmulator::StreamKind stream_kind = ModuleEmulator::StreamKind::presence_single;
     uint32_t profile = 0;
     double rate = 5.0;
     unsigned long bins = 100;
@@ -104,8 +109,10 @@ bool parse(int argc, char** argv, Options& options) {
         const std::string flag = argv[i];
         if (flag == "--help" || flag == "-h")
             return false;
-        if (flag == "--silent" || flag == "--bootloader") {
-            (flag == "--silent" ? options.silent : options.bootloader) = true;
+        if (flag == "--silent" || flag == "--bootloader" || flag == "--stream-on-signal") {
+            (flag == "--silent"       ? options.silent
+             : flag == "--bootloader" ? options.bootloader
+                                      : options.stream_on_signal) = true;
             continue;
         }
         if (flag.compare(0, 2, "--") != 0 || !usage_mentions(flag))
@@ -119,7 +126,11 @@ bool parse(int argc, char** argv, Options& options) {
             if (options.port > 65535)
                 throw std::invalid_argument("--tcp: no such port: " + std::string(value));
         } else if (flag == "--stream") {
-            if (std::strcmp(value, "presence") != 0)
+            if (std::strcmp(value, "presence") == 0)
+                options.stream_kind = ModuleEmulator::StreamKind::presence_single;
+            else if (std::strcmp(value, "baseband_iq") == 0)
+                options.stream_kind = ModuleEmulator::StreamKind::baseband_iq;
+            else
                 throw std::invalid_argument("--stream: unknown stream: " + std::string(value));
             options.stream = true;
         } else if (flag == "--profile") {
@@ -166,8 +177,8 @@ void configure(ModuleEmulator& emulator, const Options& options) {
     emulator.firmware().set_stream_rates(options.rate, 20.0);
     if (options.profile != 0)
         emulator.firmware().run_profile(options.profile);
-    if (options.stream)
-        emulator.start_stream(ModuleEmulator::StreamKind::presence_single, options.rate);
+    if (options.stream && !options.stream_on_signal)
+        emulator.start_stream(options.stream_kind, options.rate);
     if (options.page_size > UINT32_MAX || options.flash_size > UINT32_MAX)
         throw std::invalid_argument("--page-size, --flash-size: too large");
     emulator.bootloader().set_geometry(static_cast<uint32_t>(options.page_size),
@@ -183,12 +194,31 @@ timespec to_timespec(double seconds) {
     return time;
 }
 
-// Waits for SIGINT or SIGTERM, at most `seconds` when that is positive; true if a signal came.
-bool wait_for_signal(const sigset_t& signals, double seconds) {
-    if (seconds <= 0.0)
-        return sigwaitinfo(&signals, nullptr) >= 0 || errno == EINTR;
-    const timespec limit = to_timespec(seconds);
-    return sigtimedwait(&signals, nullptr, &limit) >= 0;
+// Waits for SIGINT or SIGTERM, at most `seconds` when that is positive; true if one came. A SIGUSR1 on the
+// way (taken only with --stream-on-signal) starts the stream and the wait goes on.
+bool wait_for_signal(ModuleEmulator& emulator, const sigset_t& signals, const Options& options,
+                     double seconds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    for (;;) {
+        int signal_number = 0;
+        if (seconds <= 0.0) {
+            signal_number = sigwaitinfo(&signals, nullptr);
+            if (signal_number < 0 && errno != EINTR)
+                return true;
+        } else {
+            const double left = std::chrono::duration<double>(end - std::chrono::steady_clock::now()).count();
+            if (left <= 0.0)
+                return false;
+            const timespec limit = to_timespec(left);
+            signal_number = sigtimedwait(&signals, nullptr, &limit);
+            if (signal_number < 0 && errno != EINTR)
+                return false;
+        }
+        if (signal_number == SIGUSR1)
+            emulator.start_stream(options.stream_kind, options.rate);
+        else if (signal_number > 0)
+            return true;
+    }
 }
 
 // Serves until a signal or the end of the duration, dropping the connection once on the way if asked.
@@ -198,17 +228,17 @@ void serve(ModuleEmulator& emulator, const sigset_t& signals, const Options& opt
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     };
     if (options.close_after > 0.0 && (options.duration <= 0.0 || options.close_after < options.duration)) {
-        if (wait_for_signal(signals, options.close_after))
+        if (wait_for_signal(emulator, signals, options, options.close_after))
             return;
         emulator.close_connection();
     }
     if (options.duration <= 0.0) {
-        wait_for_signal(signals, 0.0);
+        wait_for_signal(emulator, signals, options, 0.0);
         return;
     }
     const double left = options.duration - elapsed();
     if (left > 0.0)
-        wait_for_signal(signals, left);
+        wait_for_signal(emulator, signals, options, left);
 }
 
 } // namespace
@@ -230,6 +260,8 @@ int main(int argc, char** argv) {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
+    if (options.stream && options.stream_on_signal)
+        sigaddset(&signals, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     try {
         ModuleEmulator emulator(options.transport, static_cast<uint16_t>(options.port));

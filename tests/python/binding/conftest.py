@@ -10,8 +10,16 @@ import time
 
 import pytest
 
+import pydevicebridge
+
 EMULATOR = os.environ["MODULE_EMULATOR"]
 DEADLINE = 10.0
+
+
+# The facades and the recorder reach Python through the bridge's hand-outs (get_g7n420(), get_data_recorder(),
+# ...); a library built without them can't run the tests that use them.
+needs_hand_outs = pytest.mark.skipif(not hasattr(pydevicebridge.PythonDeviceBridge, "get_g7n420"),
+                                     reason="this library's bridge hands out no facades")
 
 
 def eventually(condition, deadline=DEADLINE):
@@ -43,6 +51,14 @@ class Emulator:
     def stop(self):
         self.process.send_signal(signal.SIGTERM)
         self.process.wait(timeout=DEADLINE)
+
+
+def connect(emulator, level=0):
+    """A bridge to the emulator by the constructor that fits its link."""
+    if emulator.kind == "device":
+        return pydevicebridge.PythonDeviceBridge(emulator.address, level)
+    address, port = emulator.endpoint()
+    return pydevicebridge.PythonDeviceBridge(address, port, level)
 
 
 @pytest.fixture

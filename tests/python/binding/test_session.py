@@ -2,23 +2,58 @@
 import pytest
 
 import pydevicebridge as db
+from conftest import connect, eventually, needs_hand_outs
+
+PTY_AND_TCP = dict(argnames="emulator", argvalues=[[], ["--tcp", "0"]], indirect=True, ids=["pty", "tcp"])
 
 
-def connect(emulator):
-    if emulator.kind == "device":
-        return db.PythonDeviceBridge(emulator.address, 0)
-    address, port = emulator.endpoint()
-    return db.PythonDeviceBridge(address, port, 0)
-
-
-@pytest.mark.parametrize("emulator", [["--profile", "presence"], ["--tcp", "0", "--profile", "presence"]],
-                         indirect=True, ids=["pty", "tcp"])
-def test_a_bridge_pings_until_it_is_closed(emulator):
+@needs_hand_outs
+@pytest.mark.parametrize(**PTY_AND_TCP)
+def test_a_presence_session_as_a_user_writes_it(emulator):
     bridge = connect(emulator)
-    assert isinstance(bridge.git_sha(), str)
-    assert bridge.get_g5().ping() == db.KMS_DEF_PONGVAL_READY
+    presence = bridge.get_g7n420()
+    assert presence.ping() == db.KMS_DEF_PONGVAL_READY
+    assert bridge.git_sha()
+    texts = {}
+    for code in (db.KMID_SSIC_FIRMWAREID, db.KMID_SSIC_VERSION, db.KMID_SSIC_SERIALNUMBER):
+        text = db.new_string_ptr()
+        assert presence.get_system_info(code, text) == 0
+        texts[code] = db.string_ptr_value(text)
+        db.delete_string_ptr(text)
+    assert all(texts.values()), texts
+    presence.load_profile(db.KMS_ID_APP_PRESENCE_2)
+    assert presence.get_profileid() == db.KMS_ID_APP_PRESENCE_2
+    presence.set_sensor_mode(db.KMID_SM_RUN, 0)
+    assert eventually(lambda: presence.peek_message_presence_single() >= 3)
+    readings = [presence.read_message_presence_single() for _ in range(3)]
+    counters = [reading.frame_counter for reading in readings]
+    assert counters == sorted(set(counters))
+    assert all(reading.presence_state <= db.KMS_VAL_PRESENCE_PRESENCESTATE_UNKNOWN for reading in readings)
+    presence.set_sensor_mode(db.KMID_SM_STOP, 0)
+    zone = presence.get_detection_zone()
+    assert zone.start <= zone.end
+
+
+@needs_hand_outs
+def test_a_command_on_a_closed_bridge_raises_runtime_error_with_the_librarys_text(emulator):
+    bridge = connect(emulator)
     bridge.close()
-    assert bridge.get_g5().ping() != db.KMS_DEF_PONGVAL_READY
+    with pytest.raises(RuntimeError, match="^get_detection_zone failed$"):
+        bridge.get_g7n420().get_detection_zone()
+    assert bridge.get_rcp().ping() == 1, "a ping that gets no pong reports 1, as on a native facade"
+
+
+@needs_hand_outs
+def test_packets_and_command_replies_come_as_tuples(emulator):
+    bridge = connect(emulator)
+    transport = bridge.get_transport()
+    transport.subscribe("pongs", (db.KMS_SPR_PONG,))
+    reply = transport.send_command_single([db.KMS_SPC_PING, 0xAE, 0xEA, 0xAA, 0xEE], [db.KMS_SPR_PONG])
+    assert isinstance(reply, tuple) and reply[0] == db.KMS_SPR_PONG
+    assert eventually(lambda: transport.get_number_of_packets("pongs") == 1)
+    packet = transport.get_packet("pongs")
+    assert isinstance(packet, tuple) and packet == reply
+    assert bridge.get_g5n310().get_packet("no such queue") == ()
 
 
 def test_a_bridge_without_a_device_opens_later_and_opens_again_after_close(emulator):

@@ -138,5 +138,6 @@ def test_a_bool_argument_takes_only_a_bool():
 
 
 def test_docstrings_come_from_the_header_comments():
+    assert "presence packet" in db.PyG7N420.read_message_presence_single.__doc__
     assert "whole, moving on" in db.PyDataReader.read_record.__doc__
     assert db.PyDataReader().read_record().is_valid is False

@@ -284,14 +284,16 @@ TEST_F(DevicebridgeTool, ExportSkipsMalformedRecordsWithoutCrashing) {
 TEST_F(DevicebridgeTool, CtrlCEndsARecordingOverTcpCleanly) {
     ModuleEmulator module(ModuleEmulator::Transport::tcp);
     fs::create_directory("recordings");
-    const pid_t child = start({"record", tcp(module), "recordings", "--profile", "respiration", "--types",
-                               "respiration,respiration_movinglist"});
-    ASSERT_TRUE(eventually([&] {
+    const pid_t child =
+        start({"record", tcp(module), "recordings", "--profile", "respiration", "--types",
+               "respiration,respiration_movinglist", "--split-bytes", "300", "--session-id", "desk"});
+    const auto closed_data_files = [] {
+        size_t count = 0;
         for (const auto& entry : fs::recursive_directory_iterator("recordings"))
-            if (entry.path().extension() == ".writing" && entry.file_size() > 200)
-                return true;
-        return false;
-    }));
+            count += entry.path().extension() == ".csv";
+        return count;
+    };
+    ASSERT_TRUE(eventually([&] { return closed_data_files() >= 2; })) << "files split at 300 bytes";
     kill(child, SIGINT);
     const Outcome recorded = finish(child);
     EXPECT_EQ(0, recorded.status) << recorded.err;
@@ -300,6 +302,11 @@ TEST_F(DevicebridgeTool, CtrlCEndsARecordingOverTcpCleanly) {
     EXPECT_EQ(0, reader.open(meta));
     EXPECT_EQ(static_cast<uint32_t>(Tervik::RespirationDataType | Tervik::RespirationMovingListDataType),
               reader.get_data_types());
+    EXPECT_EQ("desk", reader.get_session_id());
+    const std::string summary = lines_of(recorded.err).back();
+    EXPECT_NE(std::string::npos, summary.find("(interrupted)")) << summary;
+    const size_t files_closed = std::stoul(summary.substr(summary.find("files closed ") + 13));
+    EXPECT_EQ(closed_data_files(), files_closed) << summary;
     EXPECT_EQ(KMS_SM_IDLE, module.firmware().state().settings.sensor_mode);
     for (const auto& entry : fs::recursive_directory_iterator("recordings"))
         EXPECT_NE(".writing", entry.path().extension()) << entry.path();

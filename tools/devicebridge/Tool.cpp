@@ -60,6 +60,11 @@ void add_log_level_option(CLI::App& subcommand, int& log_level) {
         ->check(CLI::Range(0, 5));
 }
 
+void add_meta_file_argument(CLI::App& subcommand, std::string& meta_file) {
+    subcommand.add_option("META", meta_file, "the recording's meta file (tervik_recording_meta.dat)")
+        ->required();
+}
+
 // ---- names
 
 std::string type_name(uint32_t data_type) {

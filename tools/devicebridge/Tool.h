@@ -55,6 +55,9 @@ std::unique_ptr<Tervik::DeviceBridge> open_module(const std::string& address, in
 // The --log-level option of the subcommands that talk to a module or play a recording.
 void add_log_level_option(CLI::App& subcommand, int& log_level);
 
+// The META argument of the subcommands that read a recording.
+void add_meta_file_argument(CLI::App& subcommand, std::string& meta_file);
+
 // ---- names
 // A type's name is its files' default basename without the "tervik_" in front: "presence_single",
 // "baseband_iq". Throws Failure for a name that is no type.

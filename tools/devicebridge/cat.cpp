@@ -57,9 +57,7 @@ int run(const Options& options) {
 
 Runner setup_cat(CLI::App& subcommand) {
     auto options = std::make_shared<Options>();
-    subcommand
-        .add_option("META", options->meta_file, "the recording's meta file (tervik_recording_meta.dat)")
-        ->required();
+    add_meta_file_argument(subcommand, options->meta_file);
     subcommand.add_option("--types", options->types, "comma separated data types to show (default: all)");
     subcommand.add_option("--from", options->from, "first millisecond from the recording's start");
     subcommand.add_option("--to", options->to, "last millisecond from the recording's start");

@@ -131,9 +131,7 @@ int run(const Options& options) {
 
 Runner setup_export(CLI::App& subcommand) {
     auto options = std::make_shared<Options>();
-    subcommand
-        .add_option("META", options->meta_file, "the recording's meta file (tervik_recording_meta.dat)")
-        ->required();
+    add_meta_file_argument(subcommand, options->meta_file);
     subcommand.add_option("OUTDIR", options->directory, "existing directory for the CSV files")->required();
     subcommand.add_option("--types", options->types, "comma separated data types to export (default: all)");
     subcommand.footer(

@@ -117,9 +117,7 @@ int run(const Options& options) {
 
 Runner setup_inspect(CLI::App& subcommand) {
     auto options = std::make_shared<Options>();
-    subcommand
-        .add_option("META", options->meta_file, "the recording's meta file (tervik_recording_meta.dat)")
-        ->required();
+    add_meta_file_argument(subcommand, options->meta_file);
     subcommand.add_flag("--json", options->json, "print one JSON object");
     subcommand.footer(
         "For each meta file of the chain: its header, session, start and duration, the data "

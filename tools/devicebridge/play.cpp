@@ -151,9 +151,7 @@ int run(const Options& options) {
 
 Runner setup_play(CLI::App& subcommand) {
     auto options = std::make_shared<Options>();
-    subcommand
-        .add_option("META", options->meta_file, "the recording's meta file (tervik_recording_meta.dat)")
-        ->required();
+    add_meta_file_argument(subcommand, options->meta_file);
     subcommand
         .add_option("--rate", options->rate,
                     "multiple of the recorded pace; below 0 as fast as the link takes the packets")

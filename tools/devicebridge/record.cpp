@@ -137,16 +137,16 @@ Tervik::RecordingOptions recording_options(const Options& options) {
     return recording;
 }
 
-// Shows progress on standard error until an interrupt or the duration.
-void wait_for_the_end(const Options& options, const Tally& tally, StopSignals& stop_signals) {
+// Shows progress on standard error until an interrupt or the duration; the seconds it took.
+double wait_for_the_end(const Options& options, const Tally& tally, StopSignals& stop_signals,
+                        bool* interrupted) {
     const bool terminal = isatty(STDERR_FILENO) != 0;
     const Clock::time_point start = Clock::now();
     const Clock::duration every = terminal ? std::chrono::milliseconds(200) : std::chrono::seconds(5);
     Clock::time_point next_line = start + every;
-    bool interrupted = false;
     for (;;) {
         if (stop_signals.wait(100)) {
-            interrupted = true;
+            *interrupted = true;
             break;
         }
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
@@ -158,9 +158,8 @@ void wait_for_the_end(const Options& options, const Tally& tally, StopSignals& s
             next_line += every;
         }
     }
-    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    std::cerr << (terminal ? "\r\033[K" : "") << tally.line(seconds) << (interrupted ? "  (interrupted)" : "")
-              << "\n";
+    std::cerr << (terminal ? "\r\033[K" : "") << std::flush;
+    return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 int run(const Options& options) {
@@ -189,6 +188,8 @@ int run(const Options& options) {
     }
 
     Tally tally;
+    double seconds = 0.0;
+    bool interrupted = false;
     radar->subscribe(progress_subscription, Bytes(), [&tally, types](Bytes packet) {
         tally.packet(packet, types);
         return true;
@@ -206,7 +207,7 @@ int run(const Options& options) {
         } catch (const std::exception& failure) {
             throw Failure("the module refused to run: " + one_line(failure.what()));
         }
-        wait_for_the_end(options, tally, stop_signals);
+        seconds = wait_for_the_end(options, tally, stop_signals, &interrupted);
         try {
             radar->set_sensor_mode_idle();
         } catch (const std::exception& failure) {
@@ -216,6 +217,7 @@ int run(const Options& options) {
         recorder.stop_recording(types);
     } // the recorder has stored every packet and closed every file
     radar->unsubscribe(progress_subscription);
+    std::cerr << tally.line(seconds) << (interrupted ? "  (interrupted)" : "") << "\n";
     const std::vector<std::string> meta_files = tally.meta_files();
     if (meta_files.empty())
         throw Failure("no data of the chosen types arrived from the module: nothing was recorded");

@@ -159,6 +159,8 @@ TEST_F(DevicebridgeTool, BadInputIsOneLineAndExitStatusOne) {
         {{"inspect", "garbage.dat"}, "garbage.dat is not a meta file of a recording"},
         {{"cat", missing}, "cat: cannot read meta file"},
         {{"cat", "garbage.dat", "--types", "presence_single,bogus"}, "unknown data type: bogus"},
+        {{"cat", "garbage.dat"}, "cat: garbage.dat is not a meta file of a recording"},
+        {{"play", "garbage.dat"}, "play: garbage.dat is not a meta file of a recording"},
         {{"export", "garbage.dat", "missing"}, "output directory missing does not exist"},
         {{"play", missing}, "play: cannot read meta file"},
         {{"record", silent.device_path(), "empty", "--profile", "walking", "--types", "presence_single"},

@@ -99,7 +99,7 @@ DataFileSummary& file_at(MetaFileSummary& summary, uint32_t index) {
 // Counts the entries by type and works out the size each data file should have.
 void walk_entries(const Bytes& meta, size_t first, size_t end, MetaFileSummary& summary) {
     uint64_t corrupt = 0;
-    const size_t file_limit = 1u << 20;
+    const size_t file_limit = 1u << 16; // far more files than a recording has; more is damage
     for (size_t at = first; at + entry_size <= end; at += entry_size) {
         ByteCursor cursor(meta, at);
         cursor.u32();

@@ -6,13 +6,12 @@
 #include "AbstractLoggerIo.h"
 #include "Bootloader.h"
 #include "DeviceBridge.h"
+#include "ModuleAddress.h"
 #include "RadarInterface.h"
 #include "UniqueLocked.h"
 
 #include <CLI/CLI.hpp>
 
-#include <arpa/inet.h>
-#include <netdb.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -35,7 +34,6 @@ namespace {
 typedef std::chrono::steady_clock Clock;
 
 const char* const program = "firmware_update";
-const char* const tcp_scheme = "tcp://";
 // A page address has 16 bits on the wire.
 const int64_t page_addresses = 65536;
 // Erased flash: what pads the last page of an image that doesn't fill it.
@@ -96,44 +94,6 @@ std::string trimmed(std::string text) {
     while (!text.empty() && (text.back() == '\n' || text.back() == '\0'))
         text.pop_back();
     return text;
-}
-
-// ---- the module's address
-// ------------------------------------------------------------------------------------
-
-// Where the module is: a serial device, or a TCP endpoint in network byte order.
-struct ModuleAddress {
-    std::string name;
-    bool tcp = false;
-    in_addr_t ip = 0;
-    in_port_t port = 0;
-};
-
-ModuleAddress parse_address(const std::string& device) {
-    ModuleAddress address;
-    address.name = device;
-    if (device.compare(0, std::strlen(tcp_scheme), tcp_scheme) != 0)
-        return address;
-    const std::string endpoint = device.substr(std::strlen(tcp_scheme));
-    const size_t colon = endpoint.rfind(':');
-    const std::string host = endpoint.substr(0, colon == std::string::npos ? 0 : colon);
-    const std::string port = colon == std::string::npos ? "" : endpoint.substr(colon + 1);
-    char* end = nullptr;
-    const unsigned long number = std::strtoul(port.c_str(), &end, 10);
-    if (host.empty() || port.empty() || *end != '\0' || number == 0 || number > 65535)
-        throw Failure("not an address of the form tcp://HOST:PORT: " + device);
-    addrinfo hints{};
-    hints.ai_family = AF_INET;
-    hints.ai_socktype = SOCK_STREAM;
-    addrinfo* found = nullptr;
-    const int status = getaddrinfo(host.c_str(), nullptr, &hints, &found);
-    if (status != 0 || found == nullptr)
-        throw Failure("cannot resolve " + host + ": " + gai_strerror(status));
-    address.ip = reinterpret_cast<sockaddr_in*>(found->ai_addr)->sin_addr.s_addr;
-    freeaddrinfo(found);
-    address.tcp = true;
-    address.port = htons(static_cast<uint16_t>(number));
-    return address;
 }
 
 // ---- the image
@@ -287,12 +247,7 @@ public:
 
 private:
     std::unique_ptr<Tervik::DeviceBridge> connect_application() {
-        std::unique_ptr<Tervik::DeviceBridge> bridge;
-        if (address_.tcp)
-            bridge.reset(new Tervik::DeviceBridge(address_.ip, address_.port, log_level(), log_output()));
-        else
-            bridge.reset(new Tervik::DeviceBridge(address_.name, log_level(), log_output()));
-        return bridge;
+        return address_.connect(log_level(), log_output());
     }
 
     std::unique_ptr<Tervik::Bootloader> make_bootloader() {
@@ -300,7 +255,7 @@ private:
             return std::unique_ptr<Tervik::Bootloader>(
                 new Tervik::Bootloader(address_.ip, address_.port, log_level(), log_output()));
         return std::unique_ptr<Tervik::Bootloader>(
-            new Tervik::Bootloader(address_.name, static_cast<unsigned int>(log_level()), log_output()));
+            new Tervik::Bootloader(address_.text, static_cast<unsigned int>(log_level()), log_output()));
     }
 
     Tervik::AbstractLoggerIo* log_output() const { return new LogOutput(options_.log_level >= 0); }
@@ -329,7 +284,12 @@ private:
 };
 
 void run(const Options& options) {
-    const ModuleAddress address = parse_address(options.device);
+    ModuleAddress address;
+    try {
+        address = ModuleAddress::parse(options.device);
+    } catch (const std::invalid_argument& failure) {
+        throw Failure(failure.what());
+    }
     const Bytes image = read_image(options.image_path);
     const size_t pages = page_count(options, image.size());
     Updater updater(options, address);

@@ -34,6 +34,17 @@ if(installed_programs)
     install(TARGETS ${installed_programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
+# --- the Python package ----------------------------------------------------------------------------------------
+# The binding installs its package folder as it was assembled in the build tree, where the extension finds the
+# library through a path into the build tree; the installed one finds it relative to itself.
+if(TARGET devicebridgewrapper)
+    file(RELATIVE_PATH library_from_python
+        /prefix/${DEVICEBRIDGE_PYTHON_INSTALL_DIR}/pydevicebridge /prefix/${CMAKE_INSTALL_LIBDIR})
+    set(installed_extension
+        "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${DEVICEBRIDGE_PYTHON_INSTALL_DIR}/pydevicebridge/$<TARGET_FILE_NAME:devicebridgewrapper>")
+    install(CODE "file(RPATH_SET FILE \"${installed_extension}\" NEW_RPATH \"\$ORIGIN/${library_from_python}\")")
+endif()
+
 # --- find_package(devicebridge CONFIG) -------------------------------------------------------------------------
 install(EXPORT devicebridgeTargets NAMESPACE devicebridge:: DESTINATION ${devicebridge_cmake_destination})
 configure_package_config_file(${CMAKE_SOURCE_DIR}/cmake/devicebridgeConfig.cmake.in
@@ -58,7 +69,7 @@ set(debian_depends libc6 libstdc++6 libgcc-s1 libuuid1)
 if(TARGET devicebridge_cli)
     list(APPEND debian_depends libserialport0)
 endif()
-if(DEFINED DEVICEBRIDGE_PYTHON_INSTALL_DIR)
+if(TARGET devicebridgewrapper)
     list(APPEND debian_depends python3)
 endif()
 list(JOIN debian_depends ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
@@ -69,9 +80,13 @@ set(CPACK_PACKAGE_NAME devicebridge)
 set(CPACK_PACKAGE_VENDOR "Tervik")
 set(CPACK_PACKAGE_CONTACT "${DEVICEBRIDGE_PACKAGE_MAINTAINER}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "host-side library for ultra-wideband radar sensor modules")
+set(package_contents "the C++ and C headers, the CMake and pkg-config files, the module emulator")
+if(TARGET devicebridgewrapper)
+    string(APPEND package_contents ", the Python package pydevicebridge")
+endif()
+string(APPEND package_contents " and the command-line tools")
 set(CPACK_PACKAGE_DESCRIPTION "Opens a radar module over USB serial, UART or TCP, streams its data, records \
-sessions to disk, plays them back and updates the module's firmware. With the C++ and C headers, the CMake and \
-pkg-config files, the module emulator and the command-line tools.")
+sessions to disk, plays them back and updates the module's firmware. With ${package_contents}.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)

@@ -5,7 +5,9 @@ import concurrent.futures
 import os
 import re
 
-from conftest import (BUILD_DIR, CC, CMAKE, CMAKE_GENERATOR, CONSUMER_DIR, CPACK, CXX, VERSION, Prefix, run,
+import pytest
+
+from conftest import (BUILD_DIR, CC, CMAKE, CMAKE_GENERATOR, CONSUMER_DIR, CPACK, CXX, PYTHON, VERSION, Prefix, run,
                       run_against_emulator, run_unchecked)
 
 # Headers that a C compiler takes as well as a C++ one.
@@ -108,18 +110,48 @@ def test_debian_package_holds_everything_and_works_unpacked(scratch):
     expected = {usr.lib / ("libdevicebridge.so." + VERSION), usr.include / "DeviceBridge.h",
                 usr.include / "matlab_wrapper.h", usr.bin / "module_emulator", usr.bin / "firmware_update",
                 usr.lib / "cmake/devicebridge/devicebridgeConfig.cmake", usr.pkgconfig / "devicebridge.pc"}
+    expected_depends = {"libc6", "libstdc++6", "libgcc-s1", "libuuid1"}
     if os.environ.get("DEVICEBRIDGE_PYTHON_EXPECTED") == "1":
         expected.add(usr.root / "lib/python3/dist-packages/pydevicebridge/__init__.py")
+        expected_depends.add("python3")
     if os.environ.get("DEVICEBRIDGE_CLI_EXPECTED") == "1":
         expected.add(usr.bin / "devicebridge")
+        expected_depends.add("libserialport0")
     missing = {"./" + str(path) for path in expected} - files
     assert not missing, sorted(missing)
 
     depends = {name.split()[0] for name in run(["dpkg-deb", "-f", package, "Depends"]).split(",")}
-    assert {"libc6", "libstdc++6", "libgcc-s1", "libuuid1"} <= depends
+    assert depends == expected_depends
 
     # Unpacked anywhere, the package's /usr serves as a prefix like any other.
     run(["dpkg-deb", "-x", package, scratch / "unpacked"])
     unpacked = Prefix(scratch / "unpacked" / "usr")
     program = build_c_consumer(unpacked, scratch, CONSUMER_DIR / "ping_module.c")
     assert "firmware id: G7N420" in run_against_emulator(unpacked, [program], scratch)
+
+
+PYTHON_PING = """
+import sys
+
+import pydevicebridge
+
+bridge = pydevicebridge.PythonDeviceBridge(sys.argv[1], 0)
+print("pong: {:#x}".format(bridge.get_g5().ping()))
+print("package:", pydevicebridge.__file__)
+with open("/proc/self/maps") as maps:
+    print("library:", next(line.split()[-1] for line in maps if "/libdevicebridge.so" in line))
+"""
+
+
+def test_python_package_imports_from_the_prefix_and_pings_the_emulator(prefix, scratch):
+    if os.environ.get("DEVICEBRIDGE_PYTHON_EXPECTED") != "1":
+        pytest.skip("the Python binding is not built")
+    assert prefix.python_packages() == [prefix.root / "lib/python3/dist-packages"]
+    script = scratch / "ping_module.py"
+    script.write_text(PYTHON_PING)
+    environment = dict(os.environ, PYTHONPATH=str(prefix.root / "lib/python3/dist-packages"))
+    output = run_against_emulator(prefix, [PYTHON, script], scratch, environment)
+    assert "pong: 0xaaeeaeea" in output
+    lines = dict(line.split(": ", 1) for line in output.splitlines())
+    assert lines["package"].startswith(str(prefix.root)), "imported from elsewhere"
+    assert lines["library"].startswith(str(prefix.root)), "the extension loaded another library"

@@ -16,14 +16,19 @@ ensure_packages() {
     DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-BASE_PACKAGES=(build-essential cmake ninja-build git pkg-config uuid-dev libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
+BASE_PACKAGES=(build-essential ccache cmake ninja-build git pkg-config uuid-dev libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
     libserialport-dev swig python3-dev python3-pytest python3-matplotlib)
 
 # configure_and_build BUILD_DIR [cmake options...]
+# With ccache, a build after a small change, or in a second worktree, recompiles only what changed.
 configure_and_build() {
     local dir="$1"
     shift
-    cmake -S "$ROOT" -B "$dir" -G Ninja "$@" >"$dir.configure.log" 2>&1 || {
+    export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$ROOT}"
+    local launchers=()
+    command -v ccache >/dev/null &&
+        launchers=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    cmake -S "$ROOT" -B "$dir" -G Ninja "${launchers[@]}" "$@" >"$dir.configure.log" 2>&1 || {
         cat "$dir.configure.log"
         return 1
     }

@@ -221,7 +221,8 @@ TEST_F(DevicebridgeTool, RecordingRoundTripsThroughInspectCatExportAndPlay) {
     // The header line is at 0 ms; the first reading comes when the module sends it, later on a slow machine.
     std::string first_reading_ms;
     for (const std::string& line : lines_of(catted.out))
-        if (line.find("presence_single") != std::string::npos && line.find("TimeStamp;") == std::string::npos) {
+        if (line.find("presence_single") != std::string::npos &&
+            line.find("TimeStamp;") == std::string::npos) {
             std::istringstream(line) >> first_reading_ms >> first_reading_ms;
             break;
         }

@@ -6,19 +6,16 @@ import ctypes as C
 import glob
 import os
 import signal
-import socket
-import struct
 import subprocess
 import sys
-import time
 
 import pytest
 
+from emulator_process import Emulator, eventually
+
 LIBRARY = os.environ["DEVICEBRIDGE_LIBRARY"]
-EMULATOR = os.environ["MODULE_EMULATOR"]
 READY = 0xAAEEAEEA
 PRESENCE_SINGLE = 4096
-DEADLINE = 10.0
 
 u32, i32, i64, f32, u8 = C.c_uint32, C.c_int32, C.c_int64, C.c_float, C.c_uint8
 P = C.POINTER
@@ -58,28 +55,6 @@ def load():
 lib = load()
 
 
-def eventually(condition, deadline=DEADLINE):
-    end = time.monotonic() + deadline
-    while time.monotonic() < end:
-        if condition():
-            return True
-        time.sleep(0.02)
-    return condition()
-
-
-class Emulator:
-    """module_emulator as a child process; `address` is what its first line names."""
-
-    def __init__(self, *arguments):
-        self.process = subprocess.Popen([EMULATOR, *arguments], stdout=subprocess.PIPE, text=True)
-        kind, _, self.address = self.process.stdout.readline().strip().partition(": ")
-        assert kind in ("device", "tcp"), kind
-
-    def stop(self):
-        self.process.send_signal(signal.SIGTERM)
-        self.process.wait(timeout=DEADLINE)
-
-
 class Bridge:
     """A bridge and its G5 handle; destroyed in the order the interface asks for."""
 
@@ -87,9 +62,7 @@ class Bridge:
         if transport == "pty":
             self.bridge = lib.dba_create_device_bridge(emulator.address.encode(), level)
         else:
-            host, port = emulator.address.split(":")
-            self.bridge = lib.dba_create_device_bridge_tcpip(
-                struct.unpack("=I", socket.inet_aton(host))[0], socket.htons(int(port)), None, level)
+            self.bridge = lib.dba_create_device_bridge_tcpip(*emulator.endpoint(), None, level)
         assert self.bridge
         self.g5 = C.c_void_p(lib.dba_get_g5(self.bridge))
 

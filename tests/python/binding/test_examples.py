@@ -6,7 +6,8 @@ import sys
 import pytest
 
 import pydevicebridge as db
-from conftest import DEADLINE, needs_hand_outs
+from conftest import needs_hand_outs
+from emulator_process import DEADLINE
 
 pytestmark = needs_hand_outs
 from test_recording import read_all, readings_of, record

@@ -6,7 +6,8 @@ import threading
 import pytest
 
 import pydevicebridge as db
-from conftest import DEADLINE, connect, eventually, needs_hand_outs
+from conftest import connect, needs_hand_outs
+from emulator_process import DEADLINE, eventually
 
 pytestmark = needs_hand_outs
 

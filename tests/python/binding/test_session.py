@@ -2,7 +2,8 @@
 import pytest
 
 import pydevicebridge as db
-from conftest import connect, eventually, needs_hand_outs
+from conftest import connect, needs_hand_outs
+from emulator_process import eventually
 
 PTY_AND_TCP = dict(argnames="emulator", argvalues=[[], ["--tcp", "0"]], indirect=True, ids=["pty", "tcp"])
 

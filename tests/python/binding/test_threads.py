@@ -5,7 +5,8 @@ import threading
 import pytest
 
 import pydevicebridge as db
-from conftest import DEADLINE, connect, needs_hand_outs
+from conftest import connect, needs_hand_outs
+from emulator_process import DEADLINE
 
 pytestmark = needs_hand_outs
 
